@@ -28,7 +28,9 @@ private:
 
 } // namespace
 
-QDateTime RealClock::now() const { return QDateTime::currentDateTimeUtc(); }
+QDateTime RealClock::now() const {
+    return QDateTime::currentDateTimeUtc();
+}
 
 TimerHandle RealClock::schedule(Duration delay, std::function<void()> callback) {
     return std::make_unique<QtTimer>(delay, std::move(callback));

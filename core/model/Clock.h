@@ -29,8 +29,8 @@ public:
     // The current moment, in UTC.
     virtual QDateTime now() const = 0;
 
-    // Runs `callback` once, `delay` from now, on the thread that called schedule(). A negative delay
-    // counts as zero. The callback never runs synchronously inside schedule().
+    // Runs `callback` once, `delay` from now, on the thread that called schedule(). A negative
+    // delay counts as zero. The callback never runs synchronously inside schedule().
     [[nodiscard]] virtual TimerHandle schedule(Duration delay, std::function<void()> callback) = 0;
 };
 

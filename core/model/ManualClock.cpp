@@ -24,7 +24,9 @@ private:
 
 ManualClock::ManualClock(QDateTime start) : now_(start.toUTC()) {}
 
-ManualClock::~ManualClock() { *alive_ = false; }
+ManualClock::~ManualClock() {
+    *alive_ = false;
+}
 
 TimerHandle ManualClock::schedule(Duration delay, std::function<void()> callback) {
     const qint64 due = now_.toMSecsSinceEpoch() + std::max<qint64>(0, delay.count());
@@ -33,7 +35,9 @@ TimerHandle ManualClock::schedule(Duration delay, std::function<void()> callback
     return std::make_unique<ManualTimer>(this, key, alive_);
 }
 
-void ManualClock::cancel(const Key& key) { entries_.erase(key); }
+void ManualClock::cancel(const Key& key) {
+    entries_.erase(key);
+}
 
 void ManualClock::advance(Duration step) {
     advanceTo(now_.addMSecs(std::max<qint64>(0, step.count())));
