@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QHashFunctions>
+#include <QString>
+
+namespace brevio {
+
+// How far an own message has got, as its author sees it.
+struct Delivery {
+    enum class Kind { failed, sending, sent, delivered, read };
+
+    Kind kind = Kind::sent;
+    QString failure; // only for `failed`: the reason the server gave
+
+    static Delivery failed(QString reason) { return {Kind::failed, std::move(reason)}; }
+    static Delivery sending() { return {Kind::sending, {}}; }
+    static Delivery sent() { return {Kind::sent, {}}; }
+    static Delivery delivered() { return {Kind::delivered, {}}; }
+    static Delivery read() { return {Kind::read, {}}; }
+
+    // Accepted by the server (sent, delivered or read), as opposed to still in the outbox.
+    bool isAccepted() const {
+        return kind == Kind::sent || kind == Kind::delivered || kind == Kind::read;
+    }
+
+    friend bool operator==(const Delivery&, const Delivery&) = default;
+};
+
+inline size_t qHash(const Delivery& d, size_t seed = 0) noexcept {
+    return qHashMulti(seed, static_cast<int>(d.kind), d.failure);
+}
+
+} // namespace brevio

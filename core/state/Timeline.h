@@ -1,0 +1,73 @@
+#pragma once
+
+// The display rows of one conversation: day separators, at most one unread separator and one row
+// per message, each row carrying the decisions the chat view needs. A pure function of a state
+// snapshot; nothing is kept between calls.
+
+#include "model/Records.h"
+#include "state/Delivery.h"
+
+#include <QDateTime>
+#include <QList>
+#include <QString>
+#include <QTimeZone>
+#include <optional>
+
+namespace brevio {
+
+struct ChatState;
+
+struct TimelineMessage {
+    QString id;       // the message id; for an outbox entry its client id
+    QString clientID; // the sender's client-chosen id
+    QString text;
+    QString authorID;
+    QDateTime date; // sentAt, or createdAt for an outbox entry
+    bool isMine = false;
+    bool showsAuthor = false;
+    bool continues = false; // the next row joins this bubble
+    Delivery delivery;      // others' messages always carry `sent`
+    qint64 seq = 0;         // 0 for an outbox entry
+    bool showsStatus = false;
+    std::optional<QuotedMessage> quote;
+    bool isEdited = false;
+    bool isDeleted = false;
+    QList<Reaction> reactions;
+    bool canChange = false;
+
+    bool isPending() const { return seq == 0; }
+
+    friend bool operator==(const TimelineMessage&, const TimelineMessage&) = default;
+};
+
+size_t qHash(const TimelineMessage& m, size_t seed = 0) noexcept;
+
+struct TimelineEntry {
+    enum class Kind { day, unread, message };
+
+    Kind kind = Kind::message;
+    QDateTime day;           // `day`: the start of the local calendar day
+    qint64 count = 0;        // `unread`: unread messages below the separator
+    TimelineMessage message; // `message`
+    // Stable, distinct identity for list diffing: "day:2025-03-14" (a repeated day, possible when
+    // dates run against seq order, gets "day:2025-03-14/2"), "unread", "msg:<message id>" for an
+    // accepted message and "out:<client id>" for an outbox entry.
+    QString id;
+
+    static TimelineEntry dayEntry(QDateTime start, QString id);
+    static TimelineEntry unreadEntry(qint64 count);
+    static TimelineEntry messageEntry(TimelineMessage message);
+
+    friend bool operator==(const TimelineEntry&, const TimelineEntry&) = default;
+};
+
+size_t qHash(const TimelineEntry& e, size_t seed = 0) noexcept;
+
+// Rows of `conversationID`, oldest first. `unreadAfter` is the seq the user had read up to when
+// the conversation was opened (absent: no unread separator); `now` decides the 24-hour change
+// window; `zone` decides calendar days. Unknown or empty conversations give an empty list.
+QList<TimelineEntry> buildTimeline(const ChatState& state, const QString& conversationID,
+                                   std::optional<qint64> unreadAfter, const QDateTime& now,
+                                   const QTimeZone& zone);
+
+} // namespace brevio
