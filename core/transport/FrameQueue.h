@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cassert>
 #include <deque>
 #include <functional>
 #include <mutex>
@@ -41,6 +42,8 @@ public:
                 element = std::move(buffer_.front());
                 buffer_.pop_front();
             } else if (!finished_) {
+                // A second waiter would silently replace the first, which then never resumes.
+                assert(!waiter_ && "FrameQueue supports one waiting receiver");
                 waiter_ = std::move(waiter);
                 return;
             }
