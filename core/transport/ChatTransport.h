@@ -33,7 +33,8 @@ public:
     virtual ~ChatTransport() = default;
     // Opens a connection without waiting for the handshake: the first send or receive reveals a
     // failure. Fails at once only for an address the transport cannot use.
-    virtual std::expected<std::shared_ptr<TransportConnection>, ChatError> connect(const QUrl& url) = 0;
+    virtual std::expected<std::shared_ptr<TransportConnection>, ChatError>
+    connect(const QUrl& url) = 0;
 };
 
 } // namespace brevio
