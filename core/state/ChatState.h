@@ -69,6 +69,16 @@ inline size_t qHash(const HistoryDirection& d, size_t seed = 0) noexcept {
     return qHashMulti(seed, static_cast<int>(d.kind), d.seq);
 }
 
+// The marks that decide the delivery state of every own message of one conversation: read up to
+// `read`, delivered up to `delivered`; without other participants (`valid` false) only `sent`.
+struct DeliveryThresholds {
+    bool valid = false;
+    qint64 read = 0;
+    qint64 delivered = 0;
+
+    Delivery of(qint64 seq) const;
+};
+
 // Who is typing in one conversation: user id → the moment the mark lapses.
 using TypingMarks = QHash<QString, QDateTime>;
 
@@ -112,12 +122,13 @@ struct ChatState {
     }
 
     // A changes page: loaded copies are updated as by applyUpdate; messages beyond the loaded list
-    // are inserted as live messages (appended when they follow on, otherwise only the summary
-    // moves); the conversation's entry in `revisions` becomes the page's revision.
-    void mergeChanges(const QString& conversationID, const QList<ChatMessage>& messages,
-                      qint64 revision);
-    void mergeChanges(const ChangesPage& page) {
-        mergeChanges(page.conversationID, page.messages, page.revision);
+    // are taken like live messages (appended when they follow on, otherwise only the summary
+    // moves); the conversation's entry in `revisions` becomes the page's revision. Returns the seq
+    // after which messages are missing when new ones did not follow on (fetch newer(after:) then).
+    std::optional<qint64> mergeChanges(const QString& conversationID,
+                                       const QList<ChatMessage>& messages, qint64 revision);
+    std::optional<qint64> mergeChanges(const ChangesPage& page) {
+        return mergeChanges(page.conversationID, page.messages, page.revision);
     }
 
     // ---- Outbox -------------------------------------------------------------------------------
@@ -175,6 +186,8 @@ struct ChatState {
     QList<PendingMessage> unsent() const;
     // Delivery state of an own accepted message.
     Delivery delivery(qint64 seq, const QString& conversationID) const;
+    // The same rule computed once for a whole conversation (the timeline asks for every row).
+    DeliveryThresholds deliveryThresholds(const QString& conversationID) const;
     // The users on the other side of a conversation: a group's members without the signed-in
     // user; for a direct conversation, the company's users seen by staff, or the staff seen by a
     // client (both from `users`).
