@@ -31,6 +31,8 @@
 namespace brevio {
 
 struct TimelineEntry;
+struct ChatState;
+ChatState chatStateFromJson(const boost::json::value& value);
 
 // What insert() did with a live message.
 struct InsertResult {
@@ -202,6 +204,10 @@ struct ChatState {
                                   const QDateTime& now, const QTimeZone& zone) const;
 
 private:
+    friend ChatState chatStateFromJson(const boost::json::value& value);
+    // Stores a saved message list as it was, only made sound: sorted, one message per seq, ids
+    // shared, and the summary raised to cover it.
+    void restoreMessages(const QString& conversationID, QList<ChatMessage> list);
     void internIDs(ChatMessage& message, const QString& conversationKey) const;
     void retirePending(const ChatMessage& message);
     void dropConversationData(const QString& conversationID);

@@ -1,0 +1,155 @@
+// The saved form of a chat state: the nine persistent fields, records in their own JSON form.
+
+#include "state/ChatState.h"
+
+#include <algorithm>
+#include <boost/json/monotonic_resource.hpp>
+#include <boost/json/object.hpp>
+
+namespace brevio {
+
+namespace {
+
+namespace bj = boost::json;
+
+// Hash order changes from run to run; sorted keys make equal states write equal files.
+template <class Map> QStringList sortedKeys(const Map& map) {
+    QStringList keys = map.keys();
+    keys.sort();
+    return keys;
+}
+
+template <class Map, class Encode>
+bj::value encodeMap(const Map& map, const bj::storage_ptr& sp, Encode&& encodeOne) {
+    bj::object o(sp);
+    o.reserve(std::size_t(map.size()));
+    for (const QString& key : sortedKeys(map))
+        o.emplace(json::toJsonString(key, sp), encodeOne(map.value(key)));
+    return o;
+}
+
+bj::value encodeState(const ChatState& s, const bj::storage_ptr& sp) {
+    bj::object o(sp);
+    o.reserve(9);
+    if (s.me)
+        o.emplace("me", json::encode(*s.me, sp));
+    o.emplace("organization", json::toJsonString(s.organization, sp));
+    o.emplace("users", encodeMap(s.users, sp, [&](const User& u) { return json::encode(u, sp); }));
+    o.emplace("clients", encodeMap(s.clients, sp,
+                                   [&](const ClientCompany& c) { return json::encode(c, sp); }));
+    o.emplace("conversations", encodeMap(s.conversations, sp, [&](const Conversation& c) {
+                  return json::encode(c, sp);
+              }));
+    o.emplace("messages", encodeMap(s.messages, sp, [&](const QList<ChatMessage>& list) {
+                  bj::array a(sp);
+                  a.reserve(std::size_t(list.size()));
+                  for (const ChatMessage& m : list)
+                      a.push_back(json::encode(m, sp));
+                  return bj::value(std::move(a));
+              }));
+    o.emplace("historyStart", encodeMap(s.historyStart, sp,
+                                        [&](qint64 v) { return bj::value(std::int64_t(v), sp); }));
+    bj::array outbox(sp);
+    outbox.reserve(std::size_t(s.outbox.size()));
+    for (const PendingMessage& p : s.outbox)
+        outbox.push_back(json::encode(p, sp));
+    o.emplace("outbox", std::move(outbox));
+    o.emplace("revisions",
+              encodeMap(s.revisions, sp, [&](qint64 v) { return bj::value(std::int64_t(v), sp); }));
+    return o;
+}
+
+// A map field: missing or null reads as empty; anything but an object is an error.
+const bj::object* mapField(const json::Fields& f, std::string_view key) {
+    const bj::value* v = f.find(key);
+    if (!v)
+        return nullptr;
+    const bj::object* o = v->if_object();
+    if (!o)
+        json::throwWrongType(key, "un oggetto");
+    return o;
+}
+
+QHash<QString, qint64> decodeSeqMap(const json::Fields& f, std::string_view key,
+                                    const QHash<QString, Conversation>& conversations) {
+    QHash<QString, qint64> out;
+    if (const bj::object* o = mapField(f, key)) {
+        for (const auto& kv : *o) {
+            const qint64 value = json::decodeInt(kv.value(), key);
+            auto c = conversations.constFind(json::toQString(kv.key()));
+            if (c != conversations.cend())
+                out.insert(c.key(), value);
+        }
+    }
+    return out;
+}
+
+} // namespace
+
+boost::json::value toJson(const ChatState& state) {
+    return encodeState(state, {});
+}
+
+ChatState chatStateFromJson(const boost::json::value& value) {
+    const json::Fields f(value, "ChatState");
+    ChatState s;
+    s.me = f.optRecord<User>("me");
+    s.organization = f.string("organization", QString());
+
+    // Records are keyed by their own id; a key that disagrees with it is not trusted.
+    if (const bj::object* o = mapField(f, "users")) {
+        s.users.reserve(qsizetype(o->size()));
+        for (const auto& kv : *o) {
+            User u = json::decode<User>(kv.value());
+            const QString id = u.id;
+            s.users.insert(id, std::move(u));
+        }
+    }
+    if (const bj::object* o = mapField(f, "clients")) {
+        s.clients.reserve(qsizetype(o->size()));
+        for (const auto& kv : *o) {
+            ClientCompany c = json::decode<ClientCompany>(kv.value());
+            const QString id = c.id;
+            s.clients.insert(id, std::move(c));
+        }
+    }
+    if (const bj::object* o = mapField(f, "conversations")) {
+        s.conversations.reserve(qsizetype(o->size()));
+        for (const auto& kv : *o) {
+            Conversation c = json::decode<Conversation>(kv.value());
+            const QString id = c.id;
+            s.conversations.insert(id, std::move(c));
+        }
+    }
+
+    if (const bj::object* o = mapField(f, "messages")) {
+        s.messages.reserve(qsizetype(o->size()));
+        for (const auto& kv : *o) {
+            s.restoreMessages(json::toQString(kv.key()),
+                              json::decodeList<ChatMessage>(kv.value(), "messages"));
+        }
+    }
+    s.historyStart = decodeSeqMap(f, "historyStart", s.conversations);
+    s.outbox = f.listOrEmpty<PendingMessage>("outbox");
+    s.outbox.removeIf(
+        [&](const PendingMessage& p) { return !s.conversations.contains(p.conversationID); });
+    s.revisions = decodeSeqMap(f, "revisions", s.conversations);
+    return s;
+}
+
+std::string encodeChatState(const ChatState& state) {
+    bj::monotonic_resource arena;
+    return json::serialize(encodeState(state, &arena));
+}
+
+Decoded<ChatState> decodeChatState(std::string_view text) {
+    try {
+        bj::monotonic_resource arena;
+        const bj::value v = json::parse(text, &arena);
+        return {chatStateFromJson(v), {}};
+    } catch (const DecodeError& e) {
+        return {std::nullopt, e.text()};
+    }
+}
+
+} // namespace brevio
