@@ -130,6 +130,8 @@ struct Invite {
 };
 
 // Hashing over all fields, for QSet/QHash keys.
+size_t qHash(Role v, size_t seed = 0) noexcept;
+size_t qHash(ConversationKind v, size_t seed = 0) noexcept;
 size_t qHash(const User& v, size_t seed = 0) noexcept;
 size_t qHash(const ClientCompany& v, size_t seed = 0) noexcept;
 size_t qHash(const QuotedMessage& v, size_t seed = 0) noexcept;
@@ -137,5 +139,8 @@ size_t qHash(const Reaction& v, size_t seed = 0) noexcept;
 size_t qHash(const ReceiptEntry& v, size_t seed = 0) noexcept;
 size_t qHash(const PendingMessage& v, size_t seed = 0) noexcept;
 size_t qHash(const Invite& v, size_t seed = 0) noexcept;
+// Not needed as keys, but frames that carry them hash by value.
+size_t qHash(const ChatMessage& v, size_t seed = 0) noexcept;
+size_t qHash(const Conversation& v, size_t seed = 0) noexcept;
 
 } // namespace brevio
