@@ -1,0 +1,130 @@
+// The connection between one socket and one peer, against a recording endpoint: what reaches the
+// server, and how the peer's queue reaches the socket, also when it is filled from another thread.
+
+#include "PeerConnection.h"
+#include "ServerListener.h"
+#include "WsTestClient.h"
+
+#include <gtest/gtest.h>
+#include <mutex>
+#include <thread>
+
+using namespace brevio;
+using namespace brevio::testing;
+
+namespace {
+
+class RecordingEndpoint : public LocalEndpoint {
+public:
+    PeerLink registerPeer(const QString& address) override {
+        std::lock_guard lock(mutex);
+        PeerLink link{nextID++, std::make_shared<FrameQueue<ServerFrame>>()};
+        addresses.push_back(address);
+        queues.push_back(link.frames);
+        return link;
+    }
+    void deliver(qint64 peerID, ClientFrame frame) override {
+        std::lock_guard lock(mutex);
+        delivered.emplace_back(peerID, std::move(frame));
+    }
+    void disconnectPeer(qint64 peerID) override {
+        std::lock_guard lock(mutex);
+        disconnected.push_back(peerID);
+        queues[peerID - 1]->finish();
+    }
+
+    std::mutex mutex;
+    qint64 nextID = 1;
+    QStringList addresses;
+    std::vector<std::shared_ptr<FrameQueue<ServerFrame>>> queues;
+    std::vector<std::pair<qint64, ClientFrame>> delivered;
+    std::vector<qint64> disconnected;
+};
+
+ServerFrame typing(int n) {
+    return ServerFrame::typing(
+        TypingEvent{QStringLiteral("conv-%1").arg(n), QStringLiteral("u"), n % 2 == 0});
+}
+
+class PeerConnectionTest : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(listener.listen(QHostAddress::LocalHost, 0)); }
+
+    std::unique_ptr<WsTestClient> connected() {
+        const std::size_t before = peerCount();
+        auto client = std::make_unique<WsTestClient>();
+        EXPECT_TRUE(
+            client->open(QUrl(QStringLiteral("ws://127.0.0.1:%1/ws").arg(listener.port()))));
+        // The client sees the handshake's answer before the listener has made the peer.
+        EXPECT_TRUE(waitFor([&] { return peerCount() == before + 1; }));
+        return client;
+    }
+
+    std::size_t peerCount() {
+        std::lock_guard lock(endpoint.mutex);
+        return endpoint.queues.size();
+    }
+
+    RecordingEndpoint endpoint;
+    ServerListener listener{endpoint, RealClock::instance()};
+};
+
+TEST_F(PeerConnectionTest, RegistersWithTheAddressDeliversAndDisconnects) {
+    auto client = connected();
+    ASSERT_EQ(endpoint.addresses.size(), 1);
+    EXPECT_EQ(endpoint.addresses[0], QStringLiteral("127.0.0.1"));
+
+    const ClientFrame typingFrame =
+        ClientFrame::typing(TypingRequest{QStringLiteral("conv-1"), true});
+    client->send(typingFrame);
+    ASSERT_TRUE(waitFor([&] {
+        std::lock_guard lock(endpoint.mutex);
+        return !endpoint.delivered.empty();
+    }));
+    EXPECT_EQ(endpoint.delivered[0].first, 1);
+    EXPECT_EQ(endpoint.delivered[0].second, typingFrame);
+
+    client->socket.close();
+    ASSERT_TRUE(waitFor([&] {
+        std::lock_guard lock(endpoint.mutex);
+        return endpoint.disconnected == std::vector<qint64>{1};
+    }));
+    EXPECT_TRUE(waitFor([&] { return listener.connectionCount() == 0; }));
+}
+
+TEST_F(PeerConnectionTest, FramesFromAnotherThreadArriveInOrderThenTheEndClosesNormally) {
+    auto client = connected();
+    auto queue = endpoint.queues[0];
+    constexpr int count = 2000;
+    std::thread producer([&] {
+        for (int i = 0; i < count; ++i) {
+            queue->push(typing(i));
+            if (i % 97 == 0)
+                std::this_thread::yield();
+        }
+        // The server ends the peer: what was queued still goes out, then a normal closure.
+        queue->finish();
+    });
+    const bool closed = client->waitClosed();
+    producer.join();
+    ASSERT_TRUE(closed);
+    EXPECT_EQ(client->closeCode, QWebSocketProtocol::CloseCodeNormal);
+    ASSERT_EQ(client->frames.size(), std::size_t(count));
+    for (int i = 0; i < count; ++i)
+        EXPECT_EQ(client->frames[i], typing(i)) << i;
+}
+
+TEST_F(PeerConnectionTest, BroadcastCopiesAreEncodedOnce) {
+    auto first = connected();
+    auto second = connected();
+    const ServerFrame event = ServerFrame::presence(PresenceEvent{QStringLiteral("u-9"), true});
+    const std::size_t missesBefore = listener.encoder().misses();
+    for (const auto& queue : endpoint.queues)
+        queue->push(event);
+    ASSERT_TRUE(waitFor([&] { return first->frames.size() == 1 && second->frames.size() == 1; }));
+    EXPECT_EQ(first->frames[0], event);
+    EXPECT_EQ(second->frames[0], event);
+    EXPECT_EQ(listener.encoder().misses() - missesBefore, 1u);
+}
+
+} // namespace
