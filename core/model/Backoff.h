@@ -4,9 +4,9 @@ namespace brevio {
 
 // Reconnection delay: base × 2^(attempt−1), capped at maximum, then spread by ±jitter.
 struct Backoff {
-    double base = 1.0;    // seconds
+    double base = 1.0;     // seconds
     double maximum = 30.0; // seconds
-    double jitter = 0.2;  // fraction
+    double jitter = 0.2;   // fraction
 
     // Delay in seconds for attempt n (counted from 1), with a fresh random unit.
     double delay(long long attempt) const;

@@ -7,7 +7,14 @@ namespace brevio {
 
 // The one error type the core reports. description() gives the Italian text the views show.
 struct ChatError {
-    enum class Kind { server, unreachable, timeout, notConnected, unexpectedReply, invalidServerAddress };
+    enum class Kind {
+        server,
+        unreachable,
+        timeout,
+        notConnected,
+        unexpectedReply,
+        invalidServerAddress
+    };
 
     Kind kind = Kind::unexpectedReply;
     QString code;                   // server only: the machine code, e.g. "forbidden"

@@ -1,0 +1,78 @@
+#include "model/ServerAddress.h"
+
+#include <gtest/gtest.h>
+#include <ostream>
+
+static void PrintTo(const QString& text, std::ostream* out) {
+    *out << '"' << text.toStdString() << '"';
+}
+
+using namespace brevio;
+
+namespace {
+
+// The normalised address as text, or "invalid".
+QString normalised(const QString& typed) {
+    const std::optional<QUrl> url = ServerAddress::normalise(typed);
+    return url ? url->toString(QUrl::FullyEncoded) : QStringLiteral("invalid");
+}
+
+TEST(ServerAddressNormalise, FillsInSchemeAndDefaultPath) {
+    EXPECT_EQ(normalised("  chat.example.com \n"), "wss://chat.example.com/ws");
+    EXPECT_EQ(normalised("\tchat.example.com:8443\r\n"), "wss://chat.example.com:8443/ws");
+    EXPECT_EQ(normalised("127.0.0.1:9000"), "wss://127.0.0.1:9000/ws");
+    EXPECT_EQ(normalised("[::1]:9000"), "wss://[::1]:9000/ws");
+    EXPECT_EQ(normalised("http://chat.example.com"), "ws://chat.example.com/ws");
+    EXPECT_EQ(normalised("HTTPS://chat.example.com/"), "wss://chat.example.com/ws");
+    EXPECT_EQ(normalised("Ws://localhost:8080"), "ws://localhost:8080/ws");
+    EXPECT_EQ(normalised("wss://chat.example.com/ws"), "wss://chat.example.com/ws");
+}
+
+TEST(ServerAddressNormalise, KeepsWhatWasTyped) {
+    EXPECT_EQ(normalised("wss://chat.example.com/brevio/socket"),
+              "wss://chat.example.com/brevio/socket");
+    EXPECT_EQ(normalised("wss://chat.example.com/ws/"), "wss://chat.example.com/ws/");
+    EXPECT_EQ(normalised("https://chat.example.com//"), "wss://chat.example.com//");
+    EXPECT_EQ(normalised("ws://ops@chat.example.com:81?tenant=7#top"),
+              "ws://ops@chat.example.com:81/ws?tenant=7#top");
+    EXPECT_EQ(normalised("wss://chat.example.com/a%20b"), "wss://chat.example.com/a%20b");
+}
+
+TEST(ServerAddressNormalise, RefusesWhatCannotBeAServer) {
+    for (const char* typed :
+         {"", "   \n", "chat example.com", "wss://chat.example.com/a b", "ftp://chat.example.com",
+          "file:///etc/passwd", "://chat.example.com", "wss://", "wss:///ws", "wss://:8443/ws",
+          "https://user@/ws", "wss://chat.example.com:99999", "wss://chat.example.com:port",
+          // The tolerant parser would quietly encode these into some other address.
+          "wss://chat.example.com/%zz", "wss://chat.example.com/a\tb", "wss://chat.example.com/{x}",
+          "wss://chat\texample.com", "wss://chat.exa|mple.com", "wss://[zz]/ws"}) {
+        EXPECT_EQ(normalised(QString::fromUtf8(typed)), "invalid") << typed;
+    }
+}
+
+TEST(ServerAddressDisplay, ShortFormOnlyForTheSecureDefaultPath) {
+    auto shown = [](const char* url) {
+        return ServerAddress::display(QUrl(QString::fromUtf8(url), QUrl::StrictMode));
+    };
+    EXPECT_EQ(shown("wss://chat.example.com/ws"), "chat.example.com");
+    EXPECT_EQ(shown("wss://chat.example.com:8443/ws"), "chat.example.com:8443");
+    EXPECT_EQ(shown("wss://ops@chat.example.com/ws?tenant=7"), "ops@chat.example.com?tenant=7");
+    EXPECT_EQ(shown("ws://chat.example.com/ws"), "ws://chat.example.com/ws");
+    EXPECT_EQ(shown("wss://chat.example.com/brevio"), "wss://chat.example.com/brevio");
+    EXPECT_EQ(shown("wss://chat.example.com/ws/"), "wss://chat.example.com/ws/");
+    EXPECT_EQ(ServerAddress::display(QUrl()), "");
+}
+
+TEST(ServerAddressDisplay, ShowsWhatTheUserTypedForADefaultAddress) {
+    for (const char* typed :
+         {"chat.example.com", "chat.example.com:8443", "https://chat.example.com"}) {
+        const std::optional<QUrl> url = ServerAddress::normalise(QString::fromUtf8(typed));
+        ASSERT_TRUE(url) << typed;
+        const QString expected = QString::fromUtf8(typed).remove(QStringLiteral("https://"));
+        EXPECT_EQ(ServerAddress::display(*url), expected);
+    }
+    EXPECT_EQ(ServerAddress::display(*ServerAddress::normalise("http://localhost:8080")),
+              "ws://localhost:8080/ws");
+}
+
+} // namespace
