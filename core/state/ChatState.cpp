@@ -347,15 +347,16 @@ std::optional<qint64> ChatState::mergeChanges(const QString& conversationID,
     QList<ChatMessage> sorted;
     sorted.reserve(page.size());
     for (const ChatMessage& m : page) {
-        if (m.conversationID == key)
+        if (m.conversationID == key) {
+            retirePending(m);
             sorted.append(m);
+        }
     }
     sortAndDedupe(sorted);
 
     std::optional<qint64> gapAfter;
     for (ChatMessage& m : sorted) {
         internIDs(m, key);
-        retirePending(m);
         Conversation& c = cit.value();
         c.revision = std::max(c.revision, m.revision);
         followSummary(c, m);
