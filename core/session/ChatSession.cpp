@@ -1,0 +1,610 @@
+#include "session/ChatSession.h"
+
+#include <QPointer>
+#include <cmath>
+
+namespace brevio {
+
+namespace {
+
+bool endsSession(QStringView code) {
+    return code == u"session_expired" || code == u"not_authenticated";
+}
+
+bool isUpgradeRequired(QStringView code) {
+    return code == u"upgrade_required";
+}
+
+} // namespace
+
+ChatSession::ChatSession(Clock& clock, ChatTransport& transport, SessionStore* store,
+                         ClientInfo clientInfo, Settings settings, QObject* parent)
+    : QObject(parent), clock_(clock), transport_(transport), store_(store),
+      clientInfo_(std::move(clientInfo)), settings_(settings),
+      replies_(clock, settings.replyTimeout) {}
+
+ChatSession::~ChatSession() {
+    // Close everything so the writer and the connections let go of each other; their pending
+    // completions hold this object only weakly.
+    if (outgoing_)
+        outgoing_->finish();
+    for (const Connection& connection : {connection_, connecting_, signInConnection_}) {
+        if (connection)
+            connection->close();
+    }
+}
+
+QString ChatSession::historyKey(const QString& conversationID, const HistoryDirection& direction) {
+    // Latest and newer share a key on purpose: they must never run together.
+    return conversationID + (direction.kind == HistoryDirection::Kind::older
+                                 ? QStringLiteral("|older")
+                                 : QStringLiteral("|newer"));
+}
+
+// ---- Published setters --------------------------------------------------------------------------
+
+void ChatSession::setPhase(SessionPhase phase) {
+    if (phase_ == phase)
+        return;
+    phase_ = phase;
+    Q_EMIT phaseChanged();
+}
+
+void ChatSession::setStatus(ConnectionStatus status) {
+    if (status_ == status)
+        return;
+    status_ = std::move(status);
+    Q_EMIT statusChanged();
+}
+
+void ChatSession::setState(ChatState state) {
+    state_ = std::move(state);
+    Q_EMIT stateChanged();
+}
+
+void ChatSession::publishState() {
+    Q_EMIT stateChanged();
+}
+
+void ChatSession::setServer(std::optional<QUrl> server) {
+    if (server_ == server)
+        return;
+    server_ = std::move(server);
+    Q_EMIT serverChanged();
+}
+
+void ChatSession::setSignOutReason(std::optional<SignOutReason> reason) {
+    if (signOutReason_ == reason)
+        return;
+    signOutReason_ = reason;
+    Q_EMIT signOutReasonChanged();
+}
+
+void ChatSession::setLoadingHistory(QSet<QString> keys) {
+    if (loadingHistory_ == keys)
+        return;
+    loadingHistory_ = std::move(keys);
+    Q_EMIT loadingHistoryChanged();
+}
+
+// ---- Restore and sign-in ------------------------------------------------------------------------
+
+void ChatSession::restore() {
+    if (!phase_.isSignedOut() || !store_)
+        return;
+    std::optional<SessionCredentials> stored = store_->loadCredentials();
+    if (!stored)
+        return;
+    credentials_ = stored;
+    setServer(stored->server);
+    stateReady_ = false;
+    setPhase(SessionPhase::signedIn());
+    const quint64 attempt = ++restoreAttempt_;
+    QPointer<ChatSession> self(this);
+    store_->loadStateAsync(stored->userID, [self, attempt](std::optional<ChatState> saved) {
+        if (!self || self->restoreAttempt_ != attempt)
+            return;
+        self->stateReady_ = true;
+        if (saved)
+            self->setState(std::move(*saved));
+        if (self->phase_.isSignedIn() && self->credentials_)
+            self->startLoop(nullptr);
+    });
+}
+
+void ChatSession::signIn(const QUrl& server, const QString& email, const QString& password,
+                         Done<void> done) {
+    authenticate(server, ClientFrame::login({email, password, clientInfo_}), std::move(done));
+}
+
+void ChatSession::redeem(const QUrl& server, const QString& code, const QString& name,
+                         const QString& password, Done<void> done) {
+    authenticate(server, ClientFrame::redeem({code, name, password, clientInfo_}), std::move(done));
+}
+
+void ChatSession::signUp(const QUrl& server, SignUpRequest request, Done<void> done) {
+    request.client = clientInfo_;
+    authenticate(server, ClientFrame::signup(std::move(request)), std::move(done));
+}
+
+void ChatSession::authenticate(const QUrl& server, ClientFrame frame, Done<void> done) {
+    const quint64 attempt = ++signInAttempt_;
+    if (signInConnection_)
+        signInConnection_->close();
+    signInConnection_.reset();
+    signInTimer_.reset();
+
+    auto opened = transport_.connect(server);
+    if (!opened) {
+        complete(done, std::unexpected(opened.error()));
+        return;
+    }
+    Connection connection = *opened;
+    signInConnection_ = connection;
+    // The reason the first frame never came, when it is known better than "connection closed".
+    auto failure = std::make_shared<std::optional<ChatError>>();
+    connection->send(std::move(frame), [connection, failure](std::expected<void, ChatError> sent) {
+        if (!sent) {
+            if (!*failure)
+                *failure = sent.error();
+            connection->close();
+        }
+    });
+    signInTimer_ = clock_.schedule(settings_.replyTimeout, [connection, failure] {
+        if (!*failure)
+            *failure = ChatError::timeout();
+        connection->close();
+    });
+    QPointer<ChatSession> self(this);
+    connection->receive([self, attempt, server, connection, failure,
+                         done](std::expected<ServerFrame, ChatError> first) {
+        if (!self)
+            return;
+        if (self->signInAttempt_ != attempt) {
+            connection->close();
+            self->complete(done, std::unexpected(ChatError::notConnected()));
+            return;
+        }
+        self->signInTimer_.reset();
+        self->signInConnection_.reset();
+        if (!first) {
+            connection->close();
+            self->complete(done, std::unexpected(failure->value_or(first.error())));
+            return;
+        }
+        self->handleSignInReply(attempt, server, connection, std::move(*first), done);
+    });
+}
+
+void ChatSession::handleSignInReply(quint64 attempt, const QUrl& server,
+                                    const Connection& connection, ServerFrame frame,
+                                    const Done<void>& done) {
+    if (const auto* error = frame.as<ServerError>()) {
+        connection->close();
+        if (isUpgradeRequired(error->code))
+            setPhase(SessionPhase::upgradeRequired(error->minimumBuild));
+        complete(done, std::unexpected(ChatError::server(error->code, error->message)));
+        return;
+    }
+    const auto* welcomePtr = frame.as<Welcome>();
+    if (!welcomePtr) {
+        connection->close();
+        complete(done, std::unexpected(ChatError::unexpectedReply()));
+        return;
+    }
+    Welcome welcome = *welcomePtr;
+    const SessionCredentials credentials{server, welcome.token, welcome.me.id};
+
+    // Whatever ran before ends here; a previous user's unsaved changes are written first.
+    if (credentials_ && credentials_->userID != credentials.userID)
+        saveNow();
+    ++restoreAttempt_;
+    teardown();
+    if (store_)
+        store_->saveCredentials(credentials);
+    credentials_ = credentials;
+    setServer(server);
+
+    QPointer<ChatSession> self(this);
+    auto finish = [self, attempt, connection, welcome = std::move(welcome),
+                   done](std::optional<ChatState> saved) {
+        if (!self)
+            return;
+        if (self->signInAttempt_ != attempt) {
+            connection->close();
+            self->complete(done, std::unexpected(ChatError::notConnected()));
+            return;
+        }
+        ChatState state = saved ? std::move(*saved) : ChatState{};
+        state.applyWelcome(welcome);
+        self->stateReady_ = true;
+        self->setState(std::move(state));
+        self->setSignOutReason(std::nullopt);
+        self->setPhase(SessionPhase::signedIn());
+        self->startLoop(connection);
+        self->complete(done, {});
+    };
+    if (store_) {
+        // Decoding a large saved state must not hold up the main thread.
+        stateReady_ = false;
+        store_->loadStateAsync(credentials.userID, std::move(finish));
+    } else {
+        finish(std::nullopt);
+    }
+}
+
+// ---- Receive loop -------------------------------------------------------------------------------
+
+void ChatSession::startLoop(Connection connection) {
+    ++generation_;
+    const qint64 generation = generation_;
+    attempts_ = 0;
+    retryTask_.reset();
+    if (connection) {
+        attach(generation, connection);
+        receiveNext(generation, connection);
+    } else {
+        connectStep(generation);
+    }
+}
+
+void ChatSession::connectStep(qint64 generation) {
+    retryTask_.reset();
+    if (!phase_.isSignedIn() || !credentials_) {
+        setStatus(ConnectionStatus::offline());
+        return;
+    }
+    setStatus(ConnectionStatus::connecting());
+    auto opened = transport_.connect(credentials_->server);
+    if (!opened) {
+        scheduleReconnect(generation);
+        return;
+    }
+    Connection connection = *opened;
+    connecting_ = connection;
+    connection->send(ClientFrame::resume({credentials_->token, clientInfo_}),
+                     [connection](std::expected<void, ChatError> sent) {
+                         if (!sent)
+                             connection->close(); // the receive below fails and backs off
+                     });
+    connectTimer_ = clock_.schedule(settings_.replyTimeout, [connection] { connection->close(); });
+    QPointer<ChatSession> self(this);
+    connection->receive(
+        [self, generation, connection](std::expected<ServerFrame, ChatError> first) {
+            if (!self || self->generation_ != generation || self->connecting_ != connection) {
+                connection->close();
+                return;
+            }
+            self->connecting_.reset();
+            self->connectTimer_.reset();
+            if (!first) {
+                connection->close();
+                self->scheduleReconnect(generation);
+                return;
+            }
+            self->handleResumeReply(generation, connection, std::move(*first));
+        });
+}
+
+void ChatSession::handleResumeReply(qint64 generation, const Connection& connection,
+                                    ServerFrame frame) {
+    if (const auto* welcome = frame.as<Welcome>()) {
+        state_.applyWelcome(*welcome);
+        publishState();
+        SessionCredentials renewed{credentials_->server, welcome->token, welcome->me.id};
+        if (renewed != *credentials_) {
+            credentials_ = renewed;
+            if (store_)
+                store_->saveCredentials(renewed);
+        }
+        attempts_ = 0;
+        attach(generation, connection);
+        receiveNext(generation, connection);
+        return;
+    }
+    connection->close();
+    if (const auto* error = frame.as<ServerError>(); error && handleFatal(*error))
+        return;
+    // Any other answer (a refusal such as "rate_limited", a stray frame): try again later.
+    scheduleReconnect(generation);
+}
+
+void ChatSession::attach(qint64 generation, const Connection& connection) {
+    auto queue = std::make_shared<FrameQueue<OutgoingFrame>>();
+    outgoing_ = queue;
+    connection_ = connection;
+
+    // The writer: one frame at a time, in order, until the queue is finished. It holds neither
+    // the session nor the generation; finishing the queue and closing the connection end it.
+    struct Writer {
+        static void next(const Outgoing& queue, const Connection& connection) {
+            queue->next([queue, connection](std::optional<OutgoingFrame> item) {
+                if (!item)
+                    return;
+                auto sent = std::move(item->sent);
+                connection->send(std::move(item->frame),
+                                 [queue, connection, sent](std::expected<void, ChatError> result) {
+                                     if (sent)
+                                         sent(result);
+                                     next(queue, connection);
+                                 });
+            });
+        }
+    };
+    Writer::next(queue, connection);
+
+    setStatus(ConnectionStatus::online());
+    synchronizeConversations();
+    for (const PendingMessage& pending : state_.unsent())
+        transmit(pending);
+    scheduleSave();
+    if (!deliveryPending_.isEmpty() && !deliveryTask_)
+        noteDelivery(*deliveryPending_.cbegin());
+    startKeepAlive(generation);
+}
+
+void ChatSession::receiveNext(qint64 generation, const Connection& connection) {
+    QPointer<ChatSession> self(this);
+    connection->receive(
+        [self, generation, connection](std::expected<ServerFrame, ChatError> result) {
+            if (!self || self->generation_ != generation || self->connection_ != connection)
+                return; // a replaced connection: whatever it says changes nothing
+            if (!result) {
+                self->connectionLost(connection);
+                self->scheduleReconnect(generation);
+                return;
+            }
+            self->dispatch(*result);
+            if (self && self->generation_ == generation && self->connection_ == connection)
+                self->receiveNext(generation, connection);
+        });
+}
+
+void ChatSession::connectionLost(const Connection& connection) {
+    connection->close();
+    if (outgoing_) {
+        outgoing_->finish();
+        outgoing_.reset();
+    }
+    connection_.reset();
+    pingTask_.reset();
+    pongTimer_.reset();
+    abandonRequests();
+}
+
+void ChatSession::scheduleReconnect(qint64 generation) {
+    if (!phase_.isSignedIn() || !credentials_) {
+        setStatus(ConnectionStatus::offline());
+        return;
+    }
+    ++attempts_;
+    const double seconds = settings_.backoff.delay(attempts_);
+    const Duration delay(std::llround(seconds * 1000.0));
+    setStatus(ConnectionStatus::waiting(clock_.now().addMSecs(delay.count())));
+    QPointer<ChatSession> self(this);
+    retryTask_ = clock_.schedule(delay, [self, generation] {
+        if (self && self->generation_ == generation)
+            self->connectStep(generation);
+    });
+}
+
+void ChatSession::retryNow() {
+    if (status_.isWaiting()) {
+        // Cancelling the wait makes the loop go on at once.
+        retryTask_.reset();
+        connectStep(generation_);
+        return;
+    }
+    if (status_.isOffline() && phase_.isSignedIn() && credentials_ && stateReady_)
+        startLoop(nullptr);
+}
+
+// ---- Keep-alive ---------------------------------------------------------------------------------
+
+void ChatSession::startKeepAlive(qint64 generation) {
+    pongTimer_.reset();
+    QPointer<ChatSession> self(this);
+    pingTask_ = clock_.schedule(settings_.pingInterval, [self, generation] {
+        if (self && self->generation_ == generation)
+            self->ping(generation);
+    });
+}
+
+void ChatSession::ping(qint64 generation) {
+    Connection connection = connection_;
+    if (!connection)
+        return;
+    QPointer<ChatSession> self(this);
+    // No pong in time: closing makes the receive fail, and the back-off takes over.
+    pongTimer_ = clock_.schedule(settings_.replyTimeout, [self, generation, connection] {
+        if (self && self->generation_ == generation && self->connection_ == connection)
+            connection->close();
+    });
+    connection->ping([self, generation, connection](std::expected<void, ChatError> result) {
+        if (!self || self->generation_ != generation || self->connection_ != connection)
+            return;
+        self->pongTimer_.reset();
+        if (!result) {
+            connection->close();
+            return;
+        }
+        self->startKeepAlive(generation);
+    });
+}
+
+// ---- Requests -----------------------------------------------------------------------------------
+
+bool ChatSession::post(ClientFrame frame) {
+    if (!outgoing_ || !status_.isOnline())
+        return false;
+    outgoing_->push({std::move(frame), {}});
+    return true;
+}
+
+void ChatSession::request(ClientFrame frame, const QString& id, ReplyTable::Completion completion) {
+    if (!outgoing_ || !status_.isOnline()) {
+        completion(std::unexpected(ChatError::notConnected()));
+        return;
+    }
+    if (!replies_.add(id, std::move(completion)))
+        return; // the same request is already on its way (a resend of an unacknowledged message)
+    outgoing_->push({std::move(frame), {}});
+}
+
+void ChatSession::dispatch(const ServerFrame& frame) {
+    const auto* error = frame.as<ServerError>();
+    if (const std::optional<QString> replyTo = frame.replyTo()) {
+        if (error) {
+            replies_.resolve(*replyTo,
+                             std::unexpected(ChatError::server(error->code, error->message)));
+            handleFatal(*error);
+            return;
+        }
+        if (replies_.resolve(*replyTo, frame))
+            return;
+        // A reply nobody waits for any more (it came after its time-out) is dropped.
+        return;
+    }
+    if (error) {
+        handleFatal(*error); // any other unsolicited refusal has nobody to tell
+        return;
+    }
+    applyEvent(frame);
+}
+
+bool ChatSession::handleFatal(const ServerError& error) {
+    if (endsSession(error.code)) {
+        signOutNow(SignOutReason::sessionExpired, true);
+        return true;
+    }
+    if (isUpgradeRequired(error.code)) {
+        teardown();
+        setPhase(SessionPhase::upgradeRequired(error.minimumBuild));
+        return true;
+    }
+    return false;
+}
+
+void ChatSession::abandonRequests() {
+    std::vector<ReplyTable::Completion> waiting = replies_.takeAll();
+    historyRequests_.clear();
+    changesRequests_.clear();
+    setLoadingHistory({});
+    for (auto& completion : waiting)
+        completion(std::unexpected(ChatError::notConnected()));
+}
+
+// ---- Teardown and sign-out ----------------------------------------------------------------------
+
+void ChatSession::teardown() {
+    ++generation_;
+    retryTask_.reset();
+    connectTimer_.reset();
+    pingTask_.reset();
+    pongTimer_.reset();
+    if (outgoing_) {
+        outgoing_->finish();
+        outgoing_.reset();
+    }
+    if (connection_) {
+        connection_->close();
+        connection_.reset();
+    }
+    if (connecting_) {
+        connecting_->close();
+        connecting_.reset();
+    }
+    typingStopTasks_.clear();
+    typingSentAt_.clear();
+    setStatus(ConnectionStatus::offline());
+    abandonRequests();
+}
+
+void ChatSession::signOutNow(SignOutReason reason, bool keepLocalCopy) {
+    // An unfinished sign-in, restore or logout of before ends here too.
+    ++signInAttempt_;
+    ++restoreAttempt_;
+    ++logoutAttempt_;
+    signInTimer_.reset();
+    logoutTimer_.reset();
+    if (signInConnection_) {
+        signInConnection_->close();
+        signInConnection_.reset();
+    }
+    if (credentials_ && store_) {
+        if (keepLocalCopy)
+            saveNow();
+        else
+            store_->deleteState(credentials_->userID);
+    }
+    saveTask_.reset();
+    deliveryTask_.reset();
+    deliveryPending_.clear();
+    typingPruneTask_.reset();
+    teardown();
+    if (store_)
+        store_->deleteCredentials();
+    credentials_.reset();
+    stateReady_ = true;
+    setState(ChatState{});
+    setPhase(SessionPhase::signedOut());
+    setSignOutReason(reason);
+}
+
+void ChatSession::signOut(Done<void> done) {
+    if (!phase_.isSignedIn() || !status_.isOnline() || !outgoing_) {
+        signOutNow(SignOutReason::userRequested, false);
+        complete(done, {});
+        return;
+    }
+    // Tell the server, but never wait more than logoutWait for the connection to take it.
+    const quint64 attempt = ++logoutAttempt_;
+    QPointer<ChatSession> self(this);
+    auto finished = std::make_shared<bool>(false);
+    auto finish = [self, attempt, done, finished] {
+        if (!self || *finished)
+            return;
+        *finished = true;
+        if (self->logoutAttempt_ == attempt)
+            self->signOutNow(SignOutReason::userRequested, false);
+        self->complete(done, {});
+    };
+    outgoing_->push(
+        {ClientFrame::logout(), [finish](std::expected<void, ChatError>) { finish(); }});
+    logoutTimer_ = clock_.schedule(logoutWait, finish);
+}
+
+// ---- Saving -------------------------------------------------------------------------------------
+
+void ChatSession::scheduleSave() {
+    if (!store_ || !credentials_)
+        return;
+    QPointer<ChatSession> self(this);
+    saveTask_ = clock_.schedule(saveDebounce, [self] {
+        if (self)
+            self->saveNow();
+    });
+}
+
+void ChatSession::saveNow() {
+    saveTask_.reset();
+    if (!store_ || !credentials_ || !stateReady_)
+        return;
+    store_->saveState(state_.trimmed(savedMessagesPerConversation), credentials_->userID);
+}
+
+void ChatSession::flush() {
+    saveNow();
+    if (!store_)
+        return;
+    if (credentials_)
+        store_->saveCredentials(*credentials_);
+    store_->flush();
+}
+
+void ChatSession::suspend() {
+    saveNow();
+    teardown();
+}
+
+} // namespace brevio

@@ -1,0 +1,584 @@
+// The operations a signed-in session offers the views, and how it applies what the server sends.
+
+#include "session/ChatSession.h"
+
+#include "model/SystemRandom.h"
+
+#include <QPointer>
+#include <algorithm>
+
+namespace brevio {
+
+namespace {
+
+qint64 lastLoadedSeq(const ChatState& state, const QString& conversationID) {
+    const auto it = state.messages.constFind(conversationID);
+    return it == state.messages.cend() || it->isEmpty() ? 0 : it->last().seq;
+}
+
+std::expected<void, ChatError> expectOk(const ServerFrame& frame) {
+    if (frame.type == ServerFrame::Type::ok)
+        return {};
+    return std::unexpected(ChatError::unexpectedReply());
+}
+
+} // namespace
+
+bool ChatSession::isMine(const ChatMessage& message) const {
+    return state_.me && state_.me->id == message.authorID;
+}
+
+void ChatSession::raise(const SessionEvent& event) {
+    if (onEvent_)
+        onEvent_(event);
+}
+
+template <class T>
+void ChatSession::ask(ClientFrame frame, const QString& id, Done<T> done,
+                      std::function<std::expected<T, ChatError>(const ServerFrame&)> onReply) {
+    QPointer<ChatSession> self(this);
+    request(
+        std::move(frame), id,
+        [self, done = std::move(done), onReply = std::move(onReply)](ReplyTable::Result result) {
+            if (!self)
+                return;
+            if (!result) {
+                self->complete(done, std::expected<T, ChatError>(std::unexpected(result.error())));
+                return;
+            }
+            self->complete(done, onReply(*result));
+        });
+}
+
+// ---- Sending ------------------------------------------------------------------------------------
+
+QString ChatSession::send(const QString& conversationID, const QString& text,
+                          std::optional<qint64> replyToSeq) {
+    PendingMessage pending{SystemRandom::uuid(), conversationID, text,
+                           clock_.now(),         std::nullopt,   replyToSeq};
+    if (!state_.appendPending(pending))
+        return {};
+    publishState();
+    scheduleSave(); // the outbox survives a restart
+    stopTyping(conversationID);
+    if (status_.isOnline())
+        transmit(pending);
+    return pending.clientID;
+}
+
+void ChatSession::transmit(const PendingMessage& pending) {
+    const QString clientID = pending.clientID;
+    QPointer<ChatSession> self(this);
+    // The client id doubles as the request id, so a resend after a lost ack is recognised by the
+    // server as the same message.
+    request(ClientFrame::send({clientID, pending.conversationID, pending.text, pending.replyToSeq}),
+            clientID, [self, clientID](ReplyTable::Result result) {
+                if (self)
+                    self->handleSendResult(clientID, std::move(result));
+            });
+}
+
+void ChatSession::handleSendResult(const QString& clientID, ReplyTable::Result result) {
+    if (result && result->type == ServerFrame::Type::ack) {
+        const ChatMessage& message = result->as<Ack>()->message;
+        const InsertResult inserted = state_.insert(message);
+        // insert() retires the pending copy; an ack for a conversation that is gone meanwhile
+        // must not leave it behind either.
+        state_.removePending(clientID);
+        publishState();
+        afterInsert(message, inserted, false);
+        scheduleSave();
+        return;
+    }
+    const ChatError error = result ? ChatError::unexpectedReply() : result.error();
+    // Lost with the connection: the entry stays unsent and goes out again at the next attach.
+    if (error.kind == ChatError::Kind::notConnected)
+        return;
+    if (state_.setFailure(clientID, error.description())) {
+        publishState();
+        scheduleSave();
+    }
+}
+
+bool ChatSession::retrySend(const QString& clientID) {
+    const auto it = std::find_if(state_.outbox.cbegin(), state_.outbox.cend(),
+                                 [&](const PendingMessage& p) { return p.clientID == clientID; });
+    if (it == state_.outbox.cend())
+        return false;
+    PendingMessage pending = *it;
+    if (pending.failure) {
+        state_.setFailure(clientID, std::nullopt);
+        pending.failure.reset();
+        publishState();
+        scheduleSave();
+    }
+    if (status_.isOnline())
+        transmit(pending);
+    return true;
+}
+
+bool ChatSession::discardPending(const QString& clientID) {
+    if (!state_.removePending(clientID))
+        return false;
+    publishState();
+    scheduleSave();
+    return true;
+}
+
+void ChatSession::edit(const QString& conversationID, qint64 seq, const QString& text,
+                       Done<void> done) {
+    const QString id = SystemRandom::uuid();
+    QPointer<ChatSession> self(this);
+    ask<void>(ClientFrame::edit({id, conversationID, seq, text}), id, std::move(done),
+              [self](const ServerFrame& frame) -> std::expected<void, ChatError> {
+                  const ChatMessage* message = nullptr;
+                  if (const auto* ok = frame.as<OKReply>(); ok && ok->message)
+                      message = &*ok->message;
+                  else if (frame.type == ServerFrame::Type::messageUpdated)
+                      message = &frame.as<MessageEvent>()->message;
+                  else if (frame.type != ServerFrame::Type::ok)
+                      return std::unexpected(ChatError::unexpectedReply());
+                  if (message && self) {
+                      self->state_.applyUpdate(*message);
+                      self->publishState();
+                      self->scheduleSave();
+                  }
+                  return {};
+              });
+}
+
+void ChatSession::deleteMessage(const QString& conversationID, qint64 seq, Done<void> done) {
+    const QString id = SystemRandom::uuid();
+    QPointer<ChatSession> self(this);
+    ask<void>(ClientFrame::remove({id, conversationID, seq}), id, std::move(done),
+              [self](const ServerFrame& frame) -> std::expected<void, ChatError> {
+                  const auto* ok = frame.as<OKReply>();
+                  if (!ok)
+                      return std::unexpected(ChatError::unexpectedReply());
+                  if (ok->message && self) {
+                      self->state_.applyUpdate(*ok->message);
+                      self->publishState();
+                      self->scheduleSave();
+                  }
+                  return {};
+              });
+}
+
+void ChatSession::react(const QString& conversationID, qint64 seq, std::optional<QString> emoji,
+                        Done<void> done) {
+    const QString id = SystemRandom::uuid();
+    QPointer<ChatSession> self(this);
+    ask<void>(ClientFrame::react({id, conversationID, seq, std::move(emoji)}), id, std::move(done),
+              [self](const ServerFrame& frame) -> std::expected<void, ChatError> {
+                  const auto* ok = frame.as<OKReply>();
+                  if (!ok)
+                      return std::unexpected(ChatError::unexpectedReply());
+                  if (ok->message && self) {
+                      self->state_.applyUpdate(*ok->message);
+                      self->publishState();
+                      self->scheduleSave();
+                  }
+                  return {};
+              });
+}
+
+// ---- History and changes ------------------------------------------------------------------------
+
+void ChatSession::loadHistory(const QString& conversationID, HistoryDirection direction) {
+    const QString key = historyKey(conversationID, direction);
+    if (loadingHistory_.contains(key) || !status_.isOnline() || !outgoing_ ||
+        !state_.conversations.contains(conversationID))
+        return;
+    const QString id = SystemRandom::uuid();
+    historyRequests_.insert(id, {conversationID, direction});
+    QSet<QString> keys = loadingHistory_;
+    keys.insert(key);
+    setLoadingHistory(std::move(keys));
+
+    HistoryRequest page{id, conversationID, std::nullopt, std::nullopt, historyPageSize};
+    if (direction.kind == HistoryDirection::Kind::newer)
+        page.after = direction.seq;
+    else if (direction.kind == HistoryDirection::Kind::older)
+        page.before = direction.seq;
+    QPointer<ChatSession> self(this);
+    request(ClientFrame::history(std::move(page)), id, [self, id](ReplyTable::Result result) {
+        if (self)
+            self->handleHistoryResult(id, std::move(result));
+    });
+}
+
+void ChatSession::loadOlder(const QString& conversationID) {
+    const qint64 first = [&]() -> qint64 {
+        const auto it = state_.messages.constFind(conversationID);
+        return it == state_.messages.cend() || it->isEmpty() ? 0 : it->first().seq;
+    }();
+    loadHistory(conversationID,
+                first > 0 ? HistoryDirection::older(first) : HistoryDirection::latest());
+}
+
+void ChatSession::handleHistoryResult(const QString& id, ReplyTable::Result result) {
+    // Gone from the table: the request was abandoned with its connection, and a newer request
+    // may own the key by now.
+    const auto it = historyRequests_.constFind(id);
+    if (it == historyRequests_.cend())
+        return;
+    const HistoryRequestInfo info = *it;
+    historyRequests_.erase(it);
+    QSet<QString> keys = loadingHistory_;
+    keys.remove(historyKey(info.conversationID, info.direction));
+    setLoadingHistory(std::move(keys));
+    if (!result || result->type != ServerFrame::Type::history)
+        return; // the view may ask again
+
+    const HistoryPage& page = *result->as<HistoryPage>();
+    const qint64 before = lastLoadedSeq(state_, info.conversationID);
+    state_.mergeHistory(info.conversationID, page.messages, page.hasMore,
+                        info.direction.reachesBack());
+    publishState();
+    noteDeliveries(page.messages);
+    scheduleSave();
+    // A newer page that did not reach the end: keep going, as long as each page moves forward.
+    if (info.direction.kind == HistoryDirection::Kind::newer && page.hasMore) {
+        const qint64 last = lastLoadedSeq(state_, info.conversationID);
+        if (last > std::max(before, info.direction.seq))
+            loadHistory(info.conversationID, HistoryDirection::newer(last));
+    }
+}
+
+void ChatSession::requestChanges(const QString& conversationID, qint64 since) {
+    const QString id = SystemRandom::uuid();
+    changesRequests_.insert(id, {conversationID, since});
+    QPointer<ChatSession> self(this);
+    request(ClientFrame::changes({id, conversationID, since}), id,
+            [self, id](ReplyTable::Result result) {
+                if (self)
+                    self->handleChangesResult(id, std::move(result));
+            });
+}
+
+void ChatSession::handleChangesResult(const QString& id, ReplyTable::Result result) {
+    const auto it = changesRequests_.constFind(id);
+    if (it == changesRequests_.cend())
+        return;
+    const ChangesRequestInfo info = *it;
+    changesRequests_.erase(it);
+    if (!result || result->type != ServerFrame::Type::changes)
+        return;
+
+    const ChangesPage& page = *result->as<ChangesPage>();
+    const std::optional<qint64> missingAfter =
+        state_.mergeChanges(info.conversationID, page.messages, page.revision);
+    publishState();
+    noteDeliveries(page.messages);
+    scheduleSave();
+    if (page.hasMore && page.revision > info.since)
+        requestChanges(info.conversationID, page.revision);
+    else if (missingAfter)
+        loadHistory(info.conversationID, HistoryDirection::newer(*missingAfter));
+    else
+        catchUp(info.conversationID);
+}
+
+void ChatSession::catchUp(const QString& conversationID) {
+    // Messages the changes could not place after the loaded list (a hole) come as newer pages.
+    const auto conversation = state_.conversations.constFind(conversationID);
+    if (conversation == state_.conversations.cend())
+        return;
+    const qint64 last = lastLoadedSeq(state_, conversationID);
+    if (last > 0 && conversation->lastSeq > last)
+        loadHistory(conversationID, HistoryDirection::newer(last));
+}
+
+void ChatSession::synchronizeConversations() {
+    QStringList ids = state_.conversations.keys();
+    ids.sort();
+    for (const QString& id : ids) {
+        if (lastLoadedSeq(state_, id) > 0)
+            requestChanges(id, state_.revisions.value(id, 0));
+        else if (state_.conversations.value(id).lastSeq > 0)
+            loadHistory(id, HistoryDirection::latest());
+    }
+}
+
+// ---- Receipts, read marks, typing ---------------------------------------------------------------
+
+void ChatSession::markRead(const QString& conversationID) {
+    const std::optional<qint64> seq = state_.markRead(conversationID);
+    if (!seq)
+        return;
+    publishState();
+    scheduleSave();
+    post(ClientFrame::read({conversationID, *seq}));
+}
+
+void ChatSession::noteDeliveries(const QList<ChatMessage>& messages) {
+    for (const ChatMessage& message : messages) {
+        if (!isMine(message))
+            noteDelivery(message.conversationID);
+    }
+}
+
+void ChatSession::noteDelivery(const QString& conversationID) {
+    deliveryPending_.insert(conversationID);
+    if (deliveryTask_)
+        return;
+    QPointer<ChatSession> self(this);
+    deliveryTask_ = clock_.schedule(deliveryBatchDelay, [self] {
+        if (self)
+            self->sendDeliveries();
+    });
+}
+
+void ChatSession::sendDeliveries() {
+    deliveryTask_.reset();
+    // Offline, the conversations stay due and go with the next batch.
+    if (!status_.isOnline() || !outgoing_ || !state_.me)
+        return;
+    const QString me = state_.me->id;
+    QStringList due(deliveryPending_.cbegin(), deliveryPending_.cend());
+    due.sort();
+    deliveryPending_.clear();
+    bool changed = false;
+    for (const QString& id : due) {
+        const auto conversation = state_.conversations.constFind(id);
+        if (conversation == state_.conversations.cend())
+            continue;
+        const qint64 seq = std::max(conversation->lastSeq, lastLoadedSeq(state_, id));
+        if (seq <= 0 || conversation->delivered.value(me, 0) >= seq)
+            continue; // already told
+        post(ClientFrame::delivered({id, seq}));
+        state_.advanceDelivered(id, me, seq);
+        changed = true;
+    }
+    if (changed) {
+        publishState();
+        scheduleSave();
+    }
+}
+
+void ChatSession::typing(const QString& conversationID) {
+    const QDateTime now = clock_.now();
+    const auto sent = typingSentAt_.constFind(conversationID);
+    if (sent == typingSentAt_.cend() || sent->msecsTo(now) >= typingResendInterval.count()) {
+        if (post(ClientFrame::typing({conversationID, true})))
+            typingSentAt_.insert(conversationID, now);
+    }
+    QPointer<ChatSession> self(this);
+    typingStopTasks_[conversationID] = clock_.schedule(typingAutoStop, [self, conversationID] {
+        if (self)
+            self->stopTyping(conversationID);
+    });
+}
+
+void ChatSession::stopTyping(const QString& conversationID) {
+    const bool signalled = typingSentAt_.remove(conversationID) > 0;
+    typingStopTasks_.erase(conversationID);
+    // Only a typing mark the others were actually shown needs taking back.
+    if (signalled)
+        post(ClientFrame::typing({conversationID, false}));
+}
+
+void ChatSession::schedulePrune() {
+    if (typingPruneTask_)
+        return;
+    const std::optional<QDateTime> earliest = state_.earliestTypingExpiry();
+    if (!earliest)
+        return;
+    const Duration wait =
+        std::max(Duration(clock_.now().msecsTo(*earliest)) + typingPruneMargin, typingPruneMinimum);
+    QPointer<ChatSession> self(this);
+    typingPruneTask_ = clock_.schedule(wait, [self] {
+        if (!self)
+            return;
+        self->typingPruneTask_.reset();
+        if (self->state_.pruneTyping(self->clock_.now()))
+            self->publishState();
+        self->schedulePrune();
+    });
+}
+
+void ChatSession::receipts(const QString& conversationID, qint64 seq,
+                           Done<QList<ReceiptEntry>> done) {
+    const QString id = SystemRandom::uuid();
+    ask<QList<ReceiptEntry>>(
+        ClientFrame::receipts({id, conversationID, seq}), id, std::move(done),
+        [](const ServerFrame& frame) -> std::expected<QList<ReceiptEntry>, ChatError> {
+            if (const auto* reply = frame.as<ReceiptsReply>())
+                return reply->entries;
+            return std::unexpected(ChatError::unexpectedReply());
+        });
+}
+
+// ---- Organisation -------------------------------------------------------------------------------
+
+void ChatSession::createInvite(std::optional<QString> clientID, std::optional<QString> companyName,
+                               const QString& name, const QString& email, Done<Invite> done) {
+    const QString id = SystemRandom::uuid();
+    ask<Invite>(
+        ClientFrame::createInvite({id, std::move(clientID), std::move(companyName), name, email}),
+        id, std::move(done), [](const ServerFrame& frame) -> std::expected<Invite, ChatError> {
+            if (const auto* created = frame.as<InviteCreated>())
+                return created->invite;
+            return std::unexpected(ChatError::unexpectedReply());
+        });
+}
+
+void ChatSession::updateClient(const QString& clientID, std::optional<QString> name,
+                               std::optional<QString> notes, Done<void> done) {
+    const QString id = SystemRandom::uuid();
+    QPointer<ChatSession> self(this);
+    ask<void>(ClientFrame::updateClient({id, clientID, std::move(name), std::move(notes)}), id,
+              std::move(done), [self](const ServerFrame& frame) -> std::expected<void, ChatError> {
+                  if (const auto* event = frame.as<ClientEvent>()) {
+                      if (self) {
+                          self->state_.upsertClient(event->client);
+                          self->publishState();
+                          self->scheduleSave();
+                      }
+                      return {};
+                  }
+                  // With "ok" the new record arrives as a "client" event.
+                  return expectOk(frame);
+              });
+}
+
+void ChatSession::createGroup(const QString& name, const QStringList& memberIDs,
+                              Done<QString> done) {
+    const QString id = SystemRandom::uuid();
+    ask<QString>(ClientFrame::createGroup({id, name, memberIDs}), id, std::move(done),
+                 [](const ServerFrame& frame) -> std::expected<QString, ChatError> {
+                     const auto* ok = frame.as<OKReply>();
+                     if (!ok || !ok->conversationID)
+                         return std::unexpected(ChatError::unexpectedReply());
+                     return *ok->conversationID;
+                 });
+}
+
+void ChatSession::updateGroup(const QString& conversationID, std::optional<QString> name,
+                              std::optional<QStringList> add, std::optional<QStringList> remove,
+                              Done<void> done) {
+    const QString id = SystemRandom::uuid();
+    // The changed record (or its removal) follows as a "conversation" or "conversationRemoved"
+    // event.
+    ask<void>(ClientFrame::updateGroup(
+                  {id, conversationID, std::move(name), std::move(add), std::move(remove)}),
+              id, std::move(done), expectOk);
+}
+
+void ChatSession::renameGroup(const QString& conversationID, const QString& name, Done<void> done) {
+    updateGroup(conversationID, name, std::nullopt, std::nullopt, std::move(done));
+}
+
+void ChatSession::addMembers(const QString& conversationID, const QStringList& userIDs,
+                             Done<void> done) {
+    updateGroup(conversationID, std::nullopt, userIDs, std::nullopt, std::move(done));
+}
+
+void ChatSession::removeMembers(const QString& conversationID, const QStringList& userIDs,
+                                Done<void> done) {
+    updateGroup(conversationID, std::nullopt, std::nullopt, userIDs, std::move(done));
+}
+
+void ChatSession::leaveGroup(const QString& conversationID, Done<void> done) {
+    if (!state_.me) {
+        complete(done, std::unexpected(ChatError::notConnected()));
+        return;
+    }
+    removeMembers(conversationID, {state_.me->id}, std::move(done));
+}
+
+void ChatSession::setAvatar(std::optional<QString> image, Done<void> done) {
+    const QString id = SystemRandom::uuid();
+    // The new user record follows as a "user" event.
+    ask<void>(ClientFrame::setAvatar({id, std::move(image)}), id, std::move(done), expectOk);
+}
+
+// ---- Server events ------------------------------------------------------------------------------
+
+void ChatSession::afterInsert(const ChatMessage& message, const InsertResult& result, bool live) {
+    if (result.kind == InsertResult::Kind::gap)
+        loadHistory(message.conversationID, HistoryDirection::newer(result.after));
+    const bool fresh =
+        result.kind == InsertResult::Kind::added || result.kind == InsertResult::Kind::gap;
+    if (live && fresh && !isMine(message)) {
+        noteDelivery(message.conversationID);
+        raise(SessionEvent::incoming(message));
+    }
+}
+
+void ChatSession::applyEvent(const ServerFrame& frame) {
+    switch (frame.type) {
+    case ServerFrame::Type::message: {
+        const ChatMessage& message = frame.as<MessageEvent>()->message;
+        const InsertResult result = state_.insert(message);
+        publishState();
+        scheduleSave();
+        afterInsert(message, result, true);
+        break;
+    }
+    case ServerFrame::Type::messageUpdated:
+        state_.applyUpdate(frame.as<MessageEvent>()->message);
+        publishState();
+        scheduleSave();
+        break;
+    case ServerFrame::Type::delivered:
+    case ServerFrame::Type::read: {
+        const ReadEvent& event = *frame.as<ReadEvent>();
+        if (frame.type == ServerFrame::Type::read)
+            state_.advanceRead(event.conversationID, event.userID, event.seq);
+        else
+            state_.advanceDelivered(event.conversationID, event.userID, event.seq);
+        publishState();
+        scheduleSave();
+        break;
+    }
+    case ServerFrame::Type::typing: {
+        // Typing and presence are never saved, so they schedule no write.
+        const TypingEvent& event = *frame.as<TypingEvent>();
+        if (event.isTyping)
+            state_.setTyping(event.conversationID, event.userID,
+                             clock_.now().addMSecs(remoteTypingLife.count()));
+        else
+            state_.clearTyping(event.conversationID, event.userID);
+        publishState();
+        schedulePrune();
+        break;
+    }
+    case ServerFrame::Type::presence: {
+        const PresenceEvent& event = *frame.as<PresenceEvent>();
+        state_.setOnline(event.userID, event.online);
+        publishState();
+        break;
+    }
+    case ServerFrame::Type::conversation:
+        state_.upsertConversation(frame.as<ConversationEvent>()->conversation);
+        publishState();
+        scheduleSave();
+        break;
+    case ServerFrame::Type::conversationRemoved: {
+        const QString id = frame.as<ConversationRemovedEvent>()->conversationID;
+        state_.removeConversation(id);
+        typingSentAt_.remove(id);
+        typingStopTasks_.erase(id);
+        deliveryPending_.remove(id);
+        publishState();
+        scheduleSave();
+        raise(SessionEvent::removed(id));
+        break;
+    }
+    case ServerFrame::Type::client:
+        state_.upsertClient(frame.as<ClientEvent>()->client);
+        publishState();
+        scheduleSave();
+        break;
+    case ServerFrame::Type::user:
+        state_.upsertUser(frame.as<UserEvent>()->user);
+        publishState();
+        scheduleSave();
+        break;
+    default:
+        break; // unknown types, and replies nobody waits for
+    }
+}
+
+} // namespace brevio
