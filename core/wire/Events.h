@@ -123,4 +123,23 @@ struct UnknownFrame {
     friend bool operator==(const UnknownFrame&, const UnknownFrame&) = default;
 };
 
+// Hashing by value, over all fields.
+size_t qHash(const Welcome& v, size_t seed = 0) noexcept;
+size_t qHash(const Ack& v, size_t seed = 0) noexcept;
+size_t qHash(const MessageEvent& v, size_t seed = 0) noexcept;
+size_t qHash(const HistoryPage& v, size_t seed = 0) noexcept;
+size_t qHash(const ChangesPage& v, size_t seed = 0) noexcept;
+size_t qHash(const ReadEvent& v, size_t seed = 0) noexcept;
+size_t qHash(const TypingEvent& v, size_t seed = 0) noexcept;
+size_t qHash(const PresenceEvent& v, size_t seed = 0) noexcept;
+size_t qHash(const ConversationEvent& v, size_t seed = 0) noexcept;
+size_t qHash(const ConversationRemovedEvent& v, size_t seed = 0) noexcept;
+size_t qHash(const ReceiptsReply& v, size_t seed = 0) noexcept;
+size_t qHash(const ClientEvent& v, size_t seed = 0) noexcept;
+size_t qHash(const UserEvent& v, size_t seed = 0) noexcept;
+size_t qHash(const InviteCreated& v, size_t seed = 0) noexcept;
+size_t qHash(const OKReply& v, size_t seed = 0) noexcept;
+size_t qHash(const ServerError& v, size_t seed = 0) noexcept;
+size_t qHash(const UnknownFrame& v, size_t seed = 0) noexcept;
+
 } // namespace brevio

@@ -4,9 +4,9 @@
 // fields stand beside it. Some cases share a payload record ("delivered"/"read"), so a frame keeps
 // its case in `type` and its payload in `payload`; the named constructors keep the two in step.
 
+#include "model/Json.h"
 #include "wire/Events.h"
 #include "wire/Requests.h"
-#include "model/Json.h"
 
 #include <string>
 #include <string_view>
@@ -135,7 +135,9 @@ struct ServerFrame {
     static ServerFrame invite(InviteCreated p) { return {Type::invite, std::move(p)}; }
     static ServerFrame ok(OKReply p) { return {Type::ok, std::move(p)}; }
     static ServerFrame error(ServerError p) { return {Type::error, std::move(p)}; }
-    static ServerFrame unknown(QString type) { return {Type::unknown, UnknownFrame{std::move(type)}}; }
+    static ServerFrame unknown(QString type) {
+        return {Type::unknown, UnknownFrame{std::move(type)}};
+    }
 
     template <class T> const T* as() const { return std::get_if<T>(&payload); }
     // The "replyTo" of reply frames (ack, history, changes, receipts, invite, ok, error with one).
