@@ -2,11 +2,10 @@
 
 #include "model/WireCoding.h"
 
-#include <QStringEncoder>
 #include <algorithm>
 #include <boost/json/monotonic_resource.hpp>
 #include <boost/json/parser.hpp>
-#include <boost/json/serialize.hpp>
+#include <boost/json/serializer.hpp>
 #include <limits>
 #include <memory>
 
@@ -56,14 +55,53 @@ QString toQString(js::string_view text) {
 }
 
 js::string toJsonString(QStringView text, storage_ptr sp) {
+    // UTF-16 to UTF-8 by hand, sized exactly first: in an arena, over-reserving is memory that
+    // stays taken until the whole document is dropped. A lone surrogate becomes U+FFFD.
+    const char16_t* p = text.utf16();
+    const qsizetype n = text.size();
+    std::size_t length = 0;
+    for (qsizetype i = 0; i < n; ++i) {
+        const char16_t c = p[i];
+        if (c < 0x80)
+            length += 1;
+        else if (c < 0x800)
+            length += 2;
+        else if (QChar::isHighSurrogate(c) && i + 1 < n && QChar::isLowSurrogate(p[i + 1])) {
+            length += 4;
+            ++i;
+        } else
+            length += 3;
+    }
     js::string s(std::move(sp));
-    if (text.isEmpty())
+    if (length == 0)
         return s;
-    // Stateless: each string stands alone, a lone surrogate becomes a replacement character.
-    QStringEncoder encoder(QStringEncoder::Utf8, QStringConverter::Flag::Stateless);
-    s.resize(std::size_t(encoder.requiredSpace(text.size())));
-    char* end = encoder.appendToBuffer(s.data(), text);
-    s.resize(std::size_t(end - s.data()));
+    s.reserve(length);
+    auto* out = reinterpret_cast<unsigned char*>(s.data());
+    for (qsizetype i = 0; i < n; ++i) {
+        char32_t c = p[i];
+        if (c < 0x80) {
+            *out++ = static_cast<unsigned char>(c);
+        } else if (c < 0x800) {
+            *out++ = static_cast<unsigned char>(0xC0 | (c >> 6));
+            *out++ = static_cast<unsigned char>(0x80 | (c & 0x3F));
+        } else {
+            if (QChar::isSurrogate(c)) {
+                if (QChar::isHighSurrogate(c) && i + 1 < n && QChar::isLowSurrogate(p[i + 1]))
+                    c = QChar::surrogateToUcs4(char16_t(c), p[++i]);
+                else
+                    c = QChar::ReplacementCharacter;
+            }
+            if (c >= 0x10000) {
+                *out++ = static_cast<unsigned char>(0xF0 | (c >> 18));
+                *out++ = static_cast<unsigned char>(0x80 | ((c >> 12) & 0x3F));
+            } else {
+                *out++ = static_cast<unsigned char>(0xE0 | (c >> 12));
+            }
+            *out++ = static_cast<unsigned char>(0x80 | ((c >> 6) & 0x3F));
+            *out++ = static_cast<unsigned char>(0x80 | (c & 0x3F));
+        }
+    }
+    s.grow(length);
     return s;
 }
 
@@ -206,7 +244,17 @@ ConversationKind decodeConversationKind(const js::value& v, std::string_view key
 // ---- Text ------------------------------------------------------------------------------------
 
 std::string serialize(const js::value& v) {
-    return js::serialize(v);
+    js::serializer writer;
+    writer.reset(&v);
+    std::string out;
+    std::size_t used = 0;
+    while (!writer.done()) {
+        // Grow geometrically and let the writer fill the string in place.
+        out.resize(std::max<std::size_t>(out.size() * 2, 512));
+        used += writer.read(out.data() + used, out.size() - used).size();
+    }
+    out.resize(used);
+    return out;
 }
 
 js::value parse(std::string_view text, storage_ptr sp) {
@@ -228,8 +276,8 @@ private:
         allocated += n;
         return ::operator new(n, std::align_val_t(align));
     }
-    void do_deallocate(void* p, std::size_t n, std::size_t align) override {
-        ::operator delete(p, n, std::align_val_t(align));
+    void do_deallocate(void* p, std::size_t, std::size_t align) override {
+        ::operator delete(p, std::align_val_t(align));
     }
     bool do_is_equal(const js::memory_resource& other) const noexcept override {
         return this == &other;
@@ -238,9 +286,9 @@ private:
 
 } // namespace
 
-struct Parser::Impl {
-    // The arena's buffer grows to fit the largest document seen, up to this size; beyond it the
-    // arena takes the rest from the heap for that one document.
+struct Arena::Impl {
+    // The buffer grows to fit the largest document seen, up to this size; beyond it the arena
+    // takes the rest from the heap for that one document.
     static constexpr std::size_t maxBuffer = std::size_t(16) << 20;
     static constexpr std::size_t minBuffer = std::size_t(64) << 10;
 
@@ -248,29 +296,36 @@ struct Parser::Impl {
     std::unique_ptr<unsigned char[]> buffer;
     std::size_t bufferSize = 0;
     std::optional<js::monotonic_resource> arena;
-    js::parser parser{storage_ptr(), parseOptions()};
-    js::value value;
+};
 
-    void prepare(std::size_t textSize) {
-        // Let go of everything that points into the arena before it is recycled. Destroying a
-        // value held in a monotonic arena costs nothing: it frees nothing one by one.
-        value = js::value();
-        parser.reset();
-        std::size_t wanted = bufferSize + upstream.allocated;
-        // A DOM takes about twice its text; size a first buffer by that.
-        wanted = std::max({wanted, textSize * 2, minBuffer});
-        wanted = std::min(wanted, maxBuffer);
-        if (!arena || wanted > bufferSize) {
-            arena.reset();
-            buffer.reset(new unsigned char[wanted]);
-            bufferSize = wanted;
-            arena.emplace(buffer.get(), bufferSize, storage_ptr(&upstream));
-        } else {
-            arena->release();
-        }
-        upstream.allocated = 0;
-        parser.reset(storage_ptr(&*arena));
+Arena::Arena() : d(new Impl) {}
+
+Arena::~Arena() {
+    delete d;
+}
+
+storage_ptr Arena::recycle(std::size_t expected) {
+    std::size_t wanted =
+        std::max({d->bufferSize + d->upstream.allocated, expected, Impl::minBuffer});
+    wanted = std::min(wanted, Impl::maxBuffer);
+    if (!d->arena || wanted > d->bufferSize) {
+        d->arena.reset();
+        d->buffer.reset(new unsigned char[wanted]);
+        d->bufferSize = wanted;
+        d->arena.emplace(d->buffer.get(), d->bufferSize, storage_ptr(&d->upstream));
+    } else {
+        d->arena->release();
     }
+    d->upstream.allocated = 0;
+    return storage_ptr(&*d->arena);
+}
+
+struct Parser::Impl {
+    Arena arena;
+    js::parser parser{storage_ptr(), parseOptions()};
+    // Held in an optional so that it is move-constructed, keeping the arena as its storage;
+    // assigning to a value with another storage would copy the whole document.
+    std::optional<js::value> value;
 };
 
 Parser::Parser() : d(new Impl) {}
@@ -280,9 +335,14 @@ Parser::~Parser() {
 }
 
 const js::value& Parser::parse(std::string_view text) {
-    d->prepare(text.size());
-    d->value = parseWith(d->parser, text);
-    return d->value;
+    // Let go of everything that points into the arena before it is recycled. Destroying a value
+    // held in a monotonic arena costs nothing: it frees nothing one by one.
+    d->value.reset();
+    d->parser.reset();
+    // A DOM takes about twice its text.
+    d->parser.reset(d->arena.recycle(text.size() * 2));
+    d->value.emplace(parseWith(d->parser, text));
+    return *d->value;
 }
 
 // ---- Records ---------------------------------------------------------------------------------

@@ -81,6 +81,26 @@ boost::json::value parse(std::string_view text, storage_ptr sp = {});
 // frame of brackets is refused early.
 inline constexpr std::size_t maxParseDepth = 32;
 
+// Memory for one JSON document at a time, built or parsed, reused from one document to the
+// next: building or parsing a large document otherwise spends much of its time allocating and
+// freeing (and on this machine, faulting in fresh pages).
+class Arena {
+public:
+    Arena();
+    ~Arena();
+    Arena(const Arena&) = delete;
+    Arena& operator=(const Arena&) = delete;
+
+    // Starts over and returns the storage to allocate from. Every value that used the arena
+    // before must be gone. `expectedBytes` sizes the first buffer; later the arena grows to what
+    // the largest document needed.
+    storage_ptr recycle(std::size_t expectedBytes = 0);
+
+private:
+    struct Impl;
+    Impl* d;
+};
+
 // Parses one document at a time into a reusable arena: the value returned by parse() lives until
 // the next parse() or until the Parser is destroyed. Decoding a large frame spends much of its
 // time in allocation; reusing one arena avoids nearly all of it.

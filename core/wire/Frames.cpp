@@ -6,7 +6,6 @@
 
 #include <array>
 #include <boost/json/monotonic_resource.hpp>
-#include <boost/json/serialize.hpp>
 #include <memory>
 
 namespace brevio {
@@ -51,15 +50,13 @@ std::string_view nameOf(ServerFrame::Type type) {
 
 // ---- Memory ----------------------------------------------------------------------------------
 
-// Each thread that codes frames keeps one parser with its arena, and one scratch buffer for
-// building the DOM of a frame to encode. A nested use on the same thread (not expected, but
-// cheap to allow) falls back to fresh memory instead of clobbering the outer one.
+// Each thread that codes frames keeps one parser and one arena for building the DOM of a frame
+// to encode. A nested use on the same thread (not expected, but cheap to allow) falls back to
+// fresh memory instead of clobbering the outer one.
 struct ThreadScratch {
     json::Parser parser;
     bool parserBusy = false;
-
-    static constexpr std::size_t encodeBufferSize = std::size_t(256) << 10;
-    std::unique_ptr<unsigned char[]> encodeBuffer{new unsigned char[encodeBufferSize]};
+    json::Arena encodeArena;
     bool encodeBusy = false;
 
     static ThreadScratch& get() {
@@ -85,13 +82,17 @@ private:
 template <class Frame> std::string encodeFrame(const Frame& frame) {
     ThreadScratch& scratch = ThreadScratch::get();
     const BusyFlag busy(scratch.encodeBusy);
-    std::optional<js::monotonic_resource> arena;
-    if (busy.owned())
-        arena.emplace(scratch.encodeBuffer.get(), ThreadScratch::encodeBufferSize);
-    else
-        arena.emplace();
+    std::optional<js::monotonic_resource> ownArena;
+    js::storage_ptr sp;
+    if (busy.owned()) {
+        sp = scratch.encodeArena.recycle();
+    } else {
+        ownArena.emplace();
+        sp = js::storage_ptr(&*ownArena);
+    }
 
-    js::object o{js::storage_ptr(&*arena)};
+    js::value root(js::object_kind, sp);
+    js::object& o = root.get_object();
     o.reserve(8);
     if constexpr (std::is_same_v<Frame, ServerFrame>) {
         if (const auto* unknown = std::get_if<UnknownFrame>(&frame.payload))
@@ -107,7 +108,7 @@ template <class Frame> std::string encodeFrame(const Frame& frame) {
                 wire::writeFields(o, payload);
         },
         frame.payload);
-    return js::serialize(o);
+    return json::serialize(root);
 }
 
 // ---- Decoding --------------------------------------------------------------------------------

@@ -287,12 +287,24 @@ TEST(RecordJsonTest, TextSurvivesUnicodeAndEscapes) {
     EXPECT_EQ(roundTrip(r), r);
     const js::value v = json::parse(R"({"emoji":"\u00e8\ud83d\ude00","userIDs":[]})");
     EXPECT_EQ(json::decode<Reaction>(v).emoji, QString::fromUtf8("è😀"));
+    // Every UTF-8 length boundary, against Qt's own encoder.
+    const char32_t boundaries[] = {0x1,    0x7f,   0x80,   0x7ff,   0x800,   0xd7ff,
+                                   0xe000, 0xfffd, 0xffff, 0x10000, 0x1f600, 0x10ffff};
+    QString all;
+    for (char32_t c : boundaries)
+        all += QString::fromUcs4(&c, 1) + "x";
+    const js::string utf8 = json::toJsonString(all);
+    EXPECT_EQ(std::string_view(utf8), all.toUtf8().toStdString());
+    EXPECT_EQ(json::toQString(utf8), all);
     // A lone surrogate held in a QString cannot become UTF-8; it is replaced, not dropped
     // silently into invalid output.
     const QString lone = QString("a") + QChar(0xd800) + "b";
     const std::string text = json::serialize(json::encode(Reaction{lone, {}}));
     EXPECT_NO_THROW(json::parse(text));
-    EXPECT_EQ(json::decode<Reaction>(json::parse(text)).emoji.size(), 3);
+    EXPECT_EQ(json::decode<Reaction>(json::parse(text)).emoji,
+              QString("a") + QChar(QChar::ReplacementCharacter) + "b");
+    EXPECT_EQ(std::string_view(json::toJsonString(QString(QChar(0xdc00)) + QChar(0xd800))),
+              "\xef\xbf\xbd\xef\xbf\xbd");
 }
 
 TEST(RecordJsonTest, ParserArenaIsReusedSafely) {
