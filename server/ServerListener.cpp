@@ -140,8 +140,14 @@ void ServerListener::closeAll() {
         Q_EMIT allClosed();
         return;
     }
-    for (auto& [raw, connection] : connections_)
-        connection->close(QWebSocketProtocol::CloseCodeNormal);
+    // Closing may end a connection at once, which removes it from the map.
+    std::vector<PeerConnection*> open;
+    for (const auto& [raw, connection] : connections_)
+        open.push_back(raw);
+    for (PeerConnection* raw : open) {
+        if (connections_.contains(raw))
+            raw->close(QWebSocketProtocol::CloseCodeNormal);
+    }
 }
 
 } // namespace brevio
