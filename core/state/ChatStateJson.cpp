@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <boost/json/monotonic_resource.hpp>
 #include <boost/json/object.hpp>
+#include <boost/json/serializer.hpp>
 
 namespace brevio {
 
@@ -137,9 +138,103 @@ ChatState chatStateFromJson(const boost::json::value& value) {
     return s;
 }
 
+namespace {
+
+// Writes the same text as serialising toJson(), but record by record: a saved state runs to tens
+// of megabytes, and a whole tree of it would cost several times that in memory and allocations.
+class StreamWriter {
+public:
+    explicit StreamWriter(std::size_t expected) { out_.reserve(expected); }
+
+    void raw(std::string_view text) { out_.append(text); }
+    void string(const QString& text) {
+        const QByteArray utf8 = text.toUtf8();
+        writer_.reset(bj::string_view(utf8.constData(), std::size_t(utf8.size())));
+        drain();
+    }
+    void key(const QString& key) {
+        string(key);
+        out_.push_back(':');
+    }
+    template <class Record> void record(const Record& r) {
+        // Small records fit in this buffer; bigger ones spill over to the heap.
+        unsigned char scratch[8192];
+        bj::monotonic_resource arena(scratch, sizeof scratch);
+        const bj::value v = json::encode(r, &arena);
+        writer_.reset(&v);
+        drain();
+    }
+    void number(qint64 n) { out_.append(std::to_string(n)); }
+    template <class Map, class Write> void map(const Map& m, Write&& write) {
+        out_.push_back('{');
+        bool first = true;
+        for (const QString& k : sortedKeys(m)) {
+            if (!first)
+                out_.push_back(',');
+            first = false;
+            key(k);
+            write(m.value(k));
+        }
+        out_.push_back('}');
+    }
+    template <class List> void list(const List& l) {
+        out_.push_back('[');
+        bool first = true;
+        for (const auto& item : l) {
+            if (!first)
+                out_.push_back(',');
+            first = false;
+            record(item);
+        }
+        out_.push_back(']');
+    }
+    std::string take() { return std::move(out_); }
+
+private:
+    void drain() {
+        char chunk[4096];
+        while (!writer_.done()) {
+            const std::string_view part = writer_.read(chunk, sizeof chunk);
+            out_.append(part.data(), part.size());
+        }
+    }
+
+    std::string out_;
+    bj::serializer writer_;
+};
+
+} // namespace
+
 std::string encodeChatState(const ChatState& state) {
-    bj::monotonic_resource arena;
-    return json::serialize(encodeState(state, &arena));
+    qsizetype messages = 0;
+    for (const QList<ChatMessage>& list : state.messages)
+        messages += list.size();
+    StreamWriter w(std::size_t(messages) * 300 + std::size_t(state.conversations.size()) * 600 +
+                   std::size_t(state.users.size()) * 200 + 4096);
+    w.raw("{");
+    if (state.me) {
+        w.raw("\"me\":");
+        w.record(*state.me);
+        w.raw(",");
+    }
+    w.raw("\"organization\":");
+    w.string(state.organization);
+    w.raw(",\"users\":");
+    w.map(state.users, [&](const User& u) { w.record(u); });
+    w.raw(",\"clients\":");
+    w.map(state.clients, [&](const ClientCompany& c) { w.record(c); });
+    w.raw(",\"conversations\":");
+    w.map(state.conversations, [&](const Conversation& c) { w.record(c); });
+    w.raw(",\"messages\":");
+    w.map(state.messages, [&](const QList<ChatMessage>& l) { w.list(l); });
+    w.raw(",\"historyStart\":");
+    w.map(state.historyStart, [&](qint64 n) { w.number(n); });
+    w.raw(",\"outbox\":");
+    w.list(state.outbox);
+    w.raw(",\"revisions\":");
+    w.map(state.revisions, [&](qint64 n) { w.number(n); });
+    w.raw("}");
+    return w.take();
 }
 
 Decoded<ChatState> decodeChatState(std::string_view text) {

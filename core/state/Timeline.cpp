@@ -4,6 +4,7 @@
 
 #include <QHash>
 #include <algorithm>
+#include <vector>
 
 namespace brevio {
 
@@ -68,10 +69,10 @@ size_t qHash(const TimelineMessage& m, size_t seed) noexcept {
 }
 
 size_t qHash(const TimelineEntry& e, size_t seed) noexcept {
-    size_t h = qHashMulti(seed, static_cast<int>(e.kind), e.id);
+    size_t h = qHashMulti(seed, static_cast<int>(e.kind));
     switch (e.kind) {
     case TimelineEntry::Kind::day:
-        return qHash(e.day, h);
+        return qHashMulti(h, e.day, e.dayOccurrence);
     case TimelineEntry::Kind::unread:
         return qHashMulti(h, e.count);
     case TimelineEntry::Kind::message:
@@ -80,11 +81,11 @@ size_t qHash(const TimelineEntry& e, size_t seed) noexcept {
     return h;
 }
 
-TimelineEntry TimelineEntry::dayEntry(QDateTime start, QString id) {
+TimelineEntry TimelineEntry::dayEntry(QDateTime start, int occurrence) {
     TimelineEntry e;
     e.kind = Kind::day;
     e.day = std::move(start);
-    e.id = std::move(id);
+    e.dayOccurrence = occurrence;
     return e;
 }
 
@@ -92,16 +93,30 @@ TimelineEntry TimelineEntry::unreadEntry(qint64 count) {
     TimelineEntry e;
     e.kind = Kind::unread;
     e.count = count;
-    e.id = QStringLiteral("unread");
     return e;
 }
 
 TimelineEntry TimelineEntry::messageEntry(TimelineMessage message) {
     TimelineEntry e;
     e.kind = Kind::message;
-    e.id = (message.isPending() ? QStringLiteral("out:") : QStringLiteral("msg:")) + message.id;
     e.message = std::move(message);
     return e;
+}
+
+QString TimelineEntry::id() const {
+    switch (kind) {
+    case Kind::day: {
+        QString id = QStringLiteral("day:") + day.date().toString(Qt::ISODate);
+        if (dayOccurrence > 1)
+            id += QLatin1Char('/') + QString::number(dayOccurrence);
+        return id;
+    }
+    case Kind::unread:
+        return QStringLiteral("unread");
+    case Kind::message:
+        return (message.isPending() ? QStringLiteral("out:") : QStringLiteral("msg:")) + message.id;
+    }
+    return {};
 }
 
 QList<TimelineEntry> buildTimeline(const ChatState& state, const QString& conversationID,
@@ -117,56 +132,44 @@ QList<TimelineEntry> buildTimeline(const ChatState& state, const QString& conver
     const QString myID = state.me ? state.me->id : QString();
     const bool signedIn = state.me.has_value();
     const qint64 nowMs = msecsOf(now);
-
-    // First pass: one row per message, then the outbox.
-    QList<TimelineMessage> rows;
-    rows.reserve(stored.size() + outbox.size());
     const DeliveryThresholds thresholds = state.deliveryThresholds(conversationID);
+    const qsizetype storedCount = stored.size();
+
+    // First pass: what the separators and flags depend on, for the stored messages in seq order
+    // and then the outbox. Rows themselves are built once, in the second pass.
+    struct Facts {
+        const QString* author;
+        qint64 ms;
+        qint64 seq;
+        bool mine;
+        Delivery::Kind delivery;
+    };
+    std::vector<Facts> facts;
+    facts.reserve(std::size_t(storedCount + outbox.size()));
     for (const ChatMessage& m : stored) {
-        TimelineMessage& r = rows.emplace_back();
-        r.id = m.id;
-        r.clientID = m.clientID;
-        r.text = m.text;
-        r.authorID = m.authorID;
-        r.date = m.sentAt;
-        r.isMine = signedIn && m.authorID == myID;
-        r.delivery = r.isMine ? thresholds.of(m.seq) : Delivery::sent();
-        r.seq = m.seq;
-        r.quote = m.reply;
-        r.isEdited = m.isEdited();
-        r.isDeleted = m.isDeleted();
-        r.reactions = m.reactions;
-        r.canChange = r.isMine && !m.deletedAt && m.sentAt.isValid() && now.isValid() &&
-                      nowMs - m.sentAt.toMSecsSinceEpoch() < changeWindowMs;
+        const bool mine = signedIn && m.authorID == myID;
+        facts.push_back({&m.authorID, msecsOf(m.sentAt), m.seq, mine,
+                         mine ? thresholds.of(m.seq).kind : Delivery::Kind::sent});
     }
     for (const PendingMessage& p : outbox) {
-        TimelineMessage& r = rows.emplace_back();
-        r.id = p.clientID;
-        r.clientID = p.clientID;
-        r.text = p.text;
-        r.authorID = myID;
-        r.date = p.createdAt;
-        r.isMine = true;
-        r.delivery = p.failure ? Delivery::failed(*p.failure) : Delivery::sending();
-        r.seq = 0;
-        r.showsStatus = true;
-        if (p.replyToSeq)
-            r.quote = quoteFor(state, conversationID, *p.replyToSeq);
+        facts.push_back({&myID, msecsOf(p.createdAt), 0, true,
+                         p.failure ? Delivery::Kind::failed : Delivery::Kind::sending});
     }
+    const qsizetype count = qsizetype(facts.size());
 
     // The newest accepted own row shows its status, unless a newer own row is still sending.
+    qsizetype statusRow = -1;
     bool sendingAfter = false;
-    for (qsizetype i = rows.size() - 1; i >= 0; --i) {
-        TimelineMessage& r = rows[i];
-        if (!r.isMine)
+    for (qsizetype i = count - 1; i >= 0; --i) {
+        const Facts& f = facts[std::size_t(i)];
+        if (!f.mine || f.delivery == Delivery::Kind::failed)
             continue;
-        if (r.delivery.kind == Delivery::Kind::sending) {
+        if (f.delivery == Delivery::Kind::sending) {
             sendingAfter = true;
             continue;
         }
-        if (r.delivery.kind == Delivery::Kind::failed)
-            continue;
-        r.showsStatus = !sendingAfter;
+        if (!sendingAfter)
+            statusRow = i;
         break;
     }
 
@@ -174,38 +177,28 @@ QList<TimelineEntry> buildTimeline(const ChatState& state, const QString& conver
     qsizetype firstUnread = -1;
     qint64 unreadCount = 0;
     if (unreadAfter) {
-        for (qsizetype i = 0; i < rows.size(); ++i) {
-            if (!rows[i].isMine && rows[i].seq > *unreadAfter) {
+        for (qsizetype i = 0; i < count; ++i) {
+            const Facts& f = facts[std::size_t(i)];
+            if (firstUnread < 0 && !f.mine && f.seq > *unreadAfter)
                 firstUnread = i;
-                break;
-            }
-        }
-        if (firstUnread >= 0) {
-            for (qsizetype i = firstUnread; i < rows.size(); ++i)
-                unreadCount += !rows[i].isMine && rows[i].seq >= 1;
+            if (firstUnread >= 0)
+                unreadCount += !f.mine && f.seq >= 1;
         }
     }
 
-    // Second pass: separators and grouping.
+    // Second pass: separators, grouping and the rows.
     QList<TimelineEntry> entries;
-    entries.reserve(rows.size() + 8);
+    entries.reserve(count + count / 8 + 4);
     QHash<QDate, int> dayCount;
     LocalDay day;
     bool haveDay = false;
-    QString prevAuthor; // rows are moved into entries as they go
-    qint64 prevMs = 0;
-    for (qsizetype i = 0; i < rows.size(); ++i) {
-        TimelineMessage& r = rows[i];
-        const qint64 ms = msecsOf(r.date);
+    for (qsizetype i = 0; i < count; ++i) {
+        const Facts& f = facts[std::size_t(i)];
         bool separated = false;
-        if (!haveDay || !day.contains(ms)) {
-            day = dayOf(ms, zone);
+        if (!haveDay || !day.contains(f.ms)) {
+            day = dayOf(f.ms, zone);
             haveDay = true;
-            const int n = ++dayCount[day.date];
-            QString id = QStringLiteral("day:") + day.date.toString(Qt::ISODate);
-            if (n > 1)
-                id += QLatin1Char('/') + QString::number(n);
-            entries.append(TimelineEntry::dayEntry(day.start, std::move(id)));
+            entries.append(TimelineEntry::dayEntry(day.start, ++dayCount[day.date]));
             separated = true;
         }
         if (i == firstUnread) {
@@ -213,20 +206,50 @@ QList<TimelineEntry> buildTimeline(const ChatState& state, const QString& conver
             separated = true;
         }
 
-        if (separated || i == 0 || prevAuthor != r.authorID)
-            r.showsAuthor = !r.isMine;
-        else
-            r.showsAuthor = !r.isMine && std::abs(ms - prevMs) >= groupGapMs;
+        bool showsAuthor = !f.mine;
+        if (showsAuthor && !separated && *facts[std::size_t(i - 1)].author == *f.author)
+            showsAuthor = std::abs(f.ms - facts[std::size_t(i - 1)].ms) >= groupGapMs;
 
-        if (i + 1 < rows.size() && i + 1 != firstUnread) {
-            const TimelineMessage& next = rows[i + 1];
-            const qint64 nextMs = msecsOf(next.date);
-            r.continues = day.contains(nextMs) && next.authorID == r.authorID &&
-                          std::abs(nextMs - ms) < groupGapMs;
+        bool continues = false;
+        if (i + 1 < count && i + 1 != firstUnread) {
+            const Facts& next = facts[std::size_t(i + 1)];
+            continues = day.contains(next.ms) && *next.author == *f.author &&
+                        std::abs(next.ms - f.ms) < groupGapMs;
         }
-        prevAuthor = r.authorID;
-        prevMs = ms;
-        entries.append(TimelineEntry::messageEntry(std::move(r)));
+
+        TimelineEntry entry;
+        if (i < storedCount) {
+            const ChatMessage& m = stored[i];
+            const bool canChange = f.mine && !m.deletedAt && m.sentAt.isValid() && now.isValid() &&
+                                   nowMs - f.ms < changeWindowMs;
+            entry.message = TimelineMessage{
+                m.id,         m.clientID,     m.text,
+                m.authorID,   m.sentAt,       f.mine,
+                showsAuthor,  continues,      f.mine ? thresholds.of(m.seq) : Delivery::sent(),
+                m.seq,        i == statusRow, m.reply,
+                m.isEdited(), m.isDeleted(),  m.reactions,
+                canChange};
+        } else {
+            const PendingMessage& p = outbox[i - storedCount];
+            entry.message = TimelineMessage{
+                p.clientID,
+                p.clientID,
+                p.text,
+                myID,
+                p.createdAt,
+                true,
+                showsAuthor,
+                continues,
+                p.failure ? Delivery::failed(*p.failure) : Delivery::sending(),
+                0,
+                true,
+                p.replyToSeq ? quoteFor(state, conversationID, *p.replyToSeq) : std::nullopt,
+                false,
+                false,
+                {},
+                false};
+        }
+        entries.append(std::move(entry));
     }
     return entries;
 }

@@ -46,17 +46,19 @@ struct TimelineEntry {
     enum class Kind { day, unread, message };
 
     Kind kind = Kind::message;
-    QDateTime day;           // `day`: the start of the local calendar day
+    QDateTime day;           // `day`: the start of the local calendar day, in the given zone
+    int dayOccurrence = 1;   // `day`: 2, 3, ... when a day comes back (dates against seq order)
     qint64 count = 0;        // `unread`: unread messages below the separator
     TimelineMessage message; // `message`
-    // Stable, distinct identity for list diffing: "day:2025-03-14" (a repeated day, possible when
-    // dates run against seq order, gets "day:2025-03-14/2"), "unread", "msg:<message id>" for an
-    // accepted message and "out:<client id>" for an outbox entry.
-    QString id;
 
-    static TimelineEntry dayEntry(QDateTime start, QString id);
+    static TimelineEntry dayEntry(QDateTime start, int occurrence = 1);
     static TimelineEntry unreadEntry(qint64 count);
     static TimelineEntry messageEntry(TimelineMessage message);
+
+    // Stable, distinct identity for list diffing: "day:2025-03-14" (a day met again gets
+    // "day:2025-03-14/2"), "unread", "msg:<message id>" for an accepted message and
+    // "out:<client id>" for an outbox entry. Built on demand: most rows are never asked.
+    QString id() const;
 
     friend bool operator==(const TimelineEntry&, const TimelineEntry&) = default;
 };

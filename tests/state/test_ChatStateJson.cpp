@@ -44,6 +44,14 @@ TEST(ChatStateJson, RoundTripKeepsEverythingButPresenceAndTyping) {
     EXPECT_EQ(back.value->delivery(4, "d"), Delivery::delivered());
 }
 
+TEST(ChatStateJson, StreamedTextEqualsTheTree) {
+    ChatState s = populated();
+    s.organization = "Studio \"Rossi\" & C.\n";
+    s.users["ann"].name = "Ann\u00e8 \\ \U0001F600";
+    EXPECT_EQ(encodeChatState(s), json::serialize(toJson(s)));
+    EXPECT_EQ(encodeChatState(ChatState{}), json::serialize(toJson(ChatState{})));
+}
+
 TEST(ChatStateJson, WritesExactlyNineKeysAndSortedMaps) {
     const bj::value v = toJson(populated());
     const bj::object& o = v.as_object();

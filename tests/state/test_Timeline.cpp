@@ -98,8 +98,8 @@ TEST(Timeline, MidnightDependsOnTheTimeZone) {
     QList<TimelineMessage> rows = rowsOf(inRome);
     EXPECT_FALSE(rows[0].continues);
     EXPECT_TRUE(rows[1].showsAuthor);
-    EXPECT_EQ(inRome[0].id, "day:2025-01-15");
-    EXPECT_EQ(inRome[2].id, "day:2025-01-16");
+    EXPECT_EQ(inRome[0].id(), "day:2025-01-15");
+    EXPECT_EQ(inRome[2].id(), "day:2025-01-16");
 
     const QList<TimelineEntry> inNewYork = s.timeline("d", std::nullopt, a, newYork);
     EXPECT_EQ(shape(inNewYork), "D 1 2");
@@ -261,7 +261,7 @@ TEST(Timeline, IdentitiesAreDistinctAndStable) {
     const QList<TimelineEntry> entries = s.timeline("d", 0, d2, rome);
     QStringList ids;
     for (const TimelineEntry& e : entries)
-        ids << e.id;
+        ids << e.id();
     EXPECT_EQ(ids, (QStringList{"day:2025-03-15", "unread", "msg:m-d-1", "day:2025-03-14",
                                 "msg:m-d-2", "day:2025-03-15/2", "msg:m-d-3", "out:p1"}));
     EXPECT_EQ(QSet<QString>(ids.cbegin(), ids.cend()).size(), ids.size());
