@@ -164,20 +164,18 @@ private:
             complete(std::move(done), Result<void>(std::unexpected(error)));
     }
 
+    // Hands received frames, then the failure if there is one, to the waiting readers in order.
     void serveReaders() {
-        while (!readers_.empty()) {
-            Result<ServerFrame> result = std::unexpected(ChatError::notConnected());
-            if (!inbox_.empty()) {
-                result = std::move(inbox_.front());
-                inbox_.pop_front();
-            } else if (failure_) {
-                result = std::unexpected(*failure_);
-            } else {
-                return;
-            }
+        while (!readers_.empty() && (!inbox_.empty() || failure_)) {
             Done<ServerFrame> reader = std::move(readers_.front());
             readers_.pop_front();
-            complete(std::move(reader), std::move(result));
+            if (inbox_.empty()) {
+                complete(std::move(reader), Result<ServerFrame>(std::unexpected(*failure_)));
+                continue;
+            }
+            Result<ServerFrame> next = std::move(inbox_.front());
+            inbox_.pop_front();
+            complete(std::move(reader), std::move(next));
         }
     }
 
