@@ -161,7 +161,9 @@ std::string encode(const ClientFrame& frame);
 std::string encode(const ServerFrame& frame);
 
 // Never throw and never crash on any input. An unknown server "type" decodes to the unknown
-// frame; an unknown client "type" fails with "Tipo sconosciuto: " + type.
+// frame; an unknown client "type" fails with "Tipo sconosciuto: " + type. Nesting deeper than
+// json::maxParseDepth is refused. Each thread that decodes keeps one parsing arena, sized to the
+// largest frame it has seen (at most 16 MiB are kept).
 Decoded<ServerFrame> decodeServerFrame(std::string_view text);
 Decoded<ClientFrame> decodeClientFrame(std::string_view text);
 
