@@ -120,7 +120,8 @@ struct LocalServer::Impl {
         // The window (after, before) in seq numbers; seq n sits at index n - 1.
         const qint64 low = std::clamp<qint64>(request.after.value_or(0), 0, qint64(all.size()));
         const qint64 high = std::clamp<qint64>(
-            request.before ? *request.before - 1 : qint64(all.size()), 0, qint64(all.size()));
+            request.before ? std::max<qint64>(*request.before, 1) - 1 : qint64(all.size()), 0,
+            qint64(all.size()));
         HistoryPage page{request.id, conversation->id, {}, false};
         if (low < high) {
             qint64 first = low, last = high; // indexes [first, last)
@@ -137,8 +138,8 @@ struct LocalServer::Impl {
         hub.send(peerID, ServerFrame::history(std::move(page)));
     }
 
-    // The message `seq` of a visible conversation, written by `me` unless `anyAuthor`, that is
-    // not deleted; refuses and gives nothing otherwise.
+    // Message `seq` for its author to change: it exists, is not deleted, was written by `me` and
+    // is still inside the editing window. Refuses and gives nothing otherwise.
     ChatMessage* ownMessage(qint64 peerID, const ClientFrame& frame, const User& me,
                             Conversation& conversation, qint64 seq) {
         ChatMessage* message = data.message(conversation.id, seq);
@@ -316,22 +317,9 @@ struct LocalServer::Impl {
                    const SetAvatarRequest& request) {
         std::optional<QString> avatar;
         if (request.image && !request.image->isEmpty()) {
-            // Accept the bare base64 text or a complete "data:" address.
-            QString encoded = *request.image;
-            if (encoded.startsWith(u"data:")) {
-                const qsizetype comma = encoded.indexOf(u',');
-                encoded = comma < 0 ? QString() : encoded.mid(comma + 1);
-            }
-            const auto decoded = QByteArray::fromBase64Encoding(
-                encoded.toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
-            const QByteArray& bytes = decoded.decoded;
-            std::optional<QString> type;
-            if (decoded && !bytes.isEmpty() && bytes.size() <= maximumAvatarBytes)
-                type = PictureCheck::pictureType(bytes);
-            if (!type)
+            avatar = PictureCheck::avatarReference(*request.image, maximumAvatarBytes);
+            if (!avatar)
                 return hub.refuse(peerID, frame, QStringLiteral("image_invalid"));
-            avatar = QStringLiteral("data:image/") + *type + QStringLiteral(";base64,") +
-                     QString::fromLatin1(bytes.toBase64());
         }
         User& stored = data.account(me.id)->user;
         stored.avatar = avatar;

@@ -261,4 +261,24 @@ std::optional<QString> pictureType(const QByteArray& data) {
     return std::nullopt;
 }
 
+std::optional<QString> avatarReference(const QString& image, qsizetype maximumBytes) {
+    QString encoded = image;
+    if (encoded.startsWith(u"data:")) {
+        const qsizetype comma = encoded.indexOf(u',');
+        if (comma < 0)
+            return std::nullopt;
+        encoded = encoded.mid(comma + 1);
+    }
+    const auto decoded =
+        QByteArray::fromBase64Encoding(encoded.toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
+    const QByteArray& bytes = decoded.decoded;
+    if (!decoded || bytes.isEmpty() || bytes.size() > maximumBytes)
+        return std::nullopt;
+    const std::optional<QString> type = pictureType(bytes);
+    if (!type)
+        return std::nullopt;
+    return QStringLiteral("data:image/") + *type + QStringLiteral(";base64,") +
+           QString::fromLatin1(bytes.toBase64());
+}
+
 } // namespace brevio::PictureCheck

@@ -1,5 +1,6 @@
 #include "ServerHarness.h"
 
+#include <limits>
 #include <set>
 
 using namespace brevio;
@@ -146,6 +147,10 @@ TEST_F(LocalServerMessages, HistoryPagesAreClampedAndSayWhetherMoreLies) {
     EXPECT_EQ(newer.messages[0].seq, last - 2);
     EXPECT_TRUE(newer.hasMore);
     EXPECT_TRUE(page(last, {}, 50).messages.isEmpty());
+    // Out-of-range bounds give empty pages, not errors or wrap-arounds.
+    EXPECT_TRUE(page({}, std::numeric_limits<qint64>::min(), 10).messages.isEmpty());
+    EXPECT_TRUE(page(std::numeric_limits<qint64>::max(), {}, 10).messages.isEmpty());
+    EXPECT_EQ(page(std::numeric_limits<qint64>::min(), {}, 2).messages.front().seq, 1);
     EXPECT_FALSE(page(last, {}, 50).hasMore);
 }
 
