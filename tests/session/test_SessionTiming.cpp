@@ -1,0 +1,335 @@
+// The session's time rules, in virtual time against the scripted transport.
+
+#include "SessionHarness.h"
+
+using namespace std::chrono_literals;
+
+namespace brevio::test {
+namespace {
+
+SessionSettings noJitter() {
+    SessionSettings settings;
+    settings.backoff.jitter = 0;
+    return settings;
+}
+
+// Seconds from now to the scheduled reconnect.
+double waitingSeconds(SessionHarness& h) {
+    EXPECT_TRUE(h->status().isWaiting());
+    return h.clock.now().msecsTo(h->status().until) / 1000.0;
+}
+
+// Breaks the live connection while the server is down, then lets every scheduled reconnect fail.
+std::vector<double> failures(SessionHarness& h, int count) {
+    h.transport.serverDown = true;
+    h.connection().fail();
+    h.advance(0ms);
+    std::vector<double> delays;
+    for (int i = 0; i < count; ++i) {
+        delays.push_back(waitingSeconds(h));
+        h.advanceTo(h->status().until);
+    }
+    return delays;
+}
+
+TEST(SessionBackoff, FailuresInARowDoubleTheDelayUpToTheMaximum) {
+    SessionHarness h(noJitter());
+    h.signIn();
+    const std::size_t before = h.transport.connections.size();
+    const std::vector<double> delays = failures(h, 8);
+    EXPECT_EQ(delays, (std::vector<double>{1, 2, 4, 8, 16, 30, 30, 30}));
+    // Each wait ended in exactly one new attempt.
+    EXPECT_EQ(h.transport.connections.size(), before + 8);
+}
+
+TEST(SessionBackoff, JitterKeepsEveryDelayWithinTwentyPercent) {
+    SessionHarness h;
+    h.signIn();
+    const std::vector<double> delays = failures(h, 20);
+    const double expected[] = {1, 2, 4, 8, 16};
+    for (std::size_t i = 0; i < delays.size(); ++i) {
+        const double nominal = i < 5 ? expected[i] : 30.0;
+        EXPECT_GE(delays[i], nominal * 0.8 - 0.001) << "attempt " << i + 1;
+        EXPECT_LE(delays[i], nominal * 1.2 + 0.001) << "attempt " << i + 1;
+        EXPECT_LE(delays[i], 36.0);
+    }
+}
+
+TEST(SessionBackoff, ASuccessfulResumeStartsTheCountAgain) {
+    SessionHarness h(noJitter());
+    h.signIn();
+    failures(h, 3); // 1, 2, 4; now waiting 8 s
+    h.transport.serverDown = false;
+    h.advanceTo(h->status().until);
+    ASSERT_TRUE(h->status().isOnline());
+    EXPECT_EQ(h.connection().sentOf(ClientFrame::Type::resume).size(), 1u);
+    h.connection().fail();
+    h.advance(0ms);
+    EXPECT_EQ(waitingSeconds(h), 1.0);
+}
+
+TEST(SessionBackoff, RetryNowConnectsAtOnceAndDoesNothingWhileOnline) {
+    SessionHarness h(noJitter());
+    h.signIn();
+    failures(h, 4); // waiting 16 s now
+    h.transport.serverDown = false;
+    h->retryNow();
+    h.advance(0ms);
+    EXPECT_TRUE(h->status().isOnline());
+    const std::size_t connections = h.transport.connections.size();
+    h->retryNow();
+    h.advance(0ms);
+    EXPECT_EQ(h.transport.connections.size(), connections);
+    EXPECT_TRUE(h->status().isOnline());
+}
+
+TEST(SessionBackoff, SigningOutWhileWaitingCancelsTheReconnect) {
+    SessionHarness h;
+    h.signIn();
+    failures(h, 2);
+    ASSERT_TRUE(h->status().isWaiting());
+    const std::size_t connections = h.transport.connections.size();
+    Outcome<void> out;
+    h->signOut(out.callback());
+    h.advance(0ms);
+    EXPECT_EQ(out.calls, 1);
+    EXPECT_TRUE(h->status().isOffline());
+    EXPECT_TRUE(h->phase().isSignedOut());
+    EXPECT_EQ(h->signOutReason(), SignOutReason::userRequested);
+    h.advance(10min);
+    EXPECT_EQ(h.transport.connections.size(), connections);
+    EXPECT_TRUE(h->status().isOffline());
+}
+
+TEST(SessionReplies, ARequestTimesOutAfterFifteenSecondsAndItsLateReplyIsDropped) {
+    SessionHarness h;
+    h.signIn();
+    h.connection().push(
+        ServerFrame::message({message("c1", 1, "u-client1", "Buongiorno", h.clock.now())}));
+    h.advance(0ms);
+    ASSERT_EQ(h->state().messages.value("c1").size(), 1);
+
+    Outcome<void> edited;
+    h->edit("c1", 1, "Modificato", edited.callback());
+    Outcome<QList<ReceiptEntry>> receipts;
+    h->receipts("c1", 1, receipts.callback());
+    h.advance(0ms);
+    const auto edits = h.connection().sentOf(ClientFrame::Type::edit);
+    const auto asks = h.connection().sentOf(ClientFrame::Type::receipts);
+    ASSERT_EQ(edits.size(), 1u);
+    ASSERT_EQ(asks.size(), 1u);
+
+    h.advance(14999ms);
+    EXPECT_EQ(edited.calls, 0);
+    h.advance(1ms);
+    ASSERT_EQ(edited.calls, 1);
+    EXPECT_EQ(*edited.result, std::unexpected(ChatError::timeout()));
+    ASSERT_EQ(receipts.calls, 1);
+    EXPECT_EQ(*receipts.result, std::unexpected(ChatError::timeout()));
+
+    // The answers come late: nobody is told again and the state does not take the edit.
+    ChatMessage changed = message("c1", 1, "u-client1", "Modificato", h.clock.now());
+    changed.editedAt = h.clock.now();
+    changed.revision = 9;
+    h.connection().push(ServerFrame::ok({edits[0]->as<EditRequest>()->id, std::nullopt, changed}));
+    h.connection().push(ServerFrame::receipts({asks[0]->as<ReceiptsRequest>()->id, "c1", 1, {}}));
+    h.advance(0ms);
+    EXPECT_EQ(edited.calls, 1);
+    EXPECT_EQ(receipts.calls, 1);
+    EXPECT_EQ(h->state().messages.value("c1").first().text, "Buongiorno");
+    EXPECT_TRUE(h->status().isOnline());
+}
+
+TEST(SessionReplies, RequestsFailAtOnceOfflineAndWithTheConnection) {
+    SessionHarness h;
+    Outcome<QString> offline;
+    h->createGroup("Gruppo", {"u-client1"}, offline.callback());
+    EXPECT_EQ(offline.calls, 0); // never inside the call
+    h.advance(0ms);
+    ASSERT_EQ(offline.calls, 1);
+    EXPECT_EQ(*offline.result, std::unexpected(ChatError::notConnected()));
+
+    h.signIn();
+    Outcome<QString> pending;
+    h->createGroup("Gruppo", {"u-client1"}, pending.callback());
+    h.advance(0ms);
+    h.connection().fail();
+    h.advance(0ms);
+    ASSERT_EQ(pending.calls, 1);
+    EXPECT_EQ(*pending.result, std::unexpected(ChatError::notConnected()));
+}
+
+TEST(SessionSave, TwentyChangesWithinASecondMakeOneWriteASecondAfterTheLast) {
+    SessionHarness h;
+    h.signIn();
+    h.advance(5s); // the save scheduled by the attach
+    ASSERT_EQ(h.store.writes.size(), 1u);
+    h.store.writes.clear();
+
+    for (int i = 1; i <= 20; ++i) {
+        h.connection().push(ServerFrame::read({"c1", "u-client1", i}));
+        if (i < 20)
+            h.advance(50ms);
+        else
+            h.advance(0ms);
+    }
+    const QDateTime last = h.clock.now();
+    h.advance(999ms);
+    EXPECT_TRUE(h.store.writes.empty());
+    h.advance(1ms);
+    ASSERT_EQ(h.store.writes.size(), 1u);
+    EXPECT_EQ(h.store.writes[0].at, last.addSecs(1));
+    EXPECT_EQ(h.store.writes[0].userID, staffID);
+    EXPECT_EQ(h.store.states.at(staffID).conversations.value("c1").reads.value("u-client1"), 20);
+    h.advance(10s);
+    EXPECT_EQ(h.store.writes.size(), 1u);
+}
+
+TEST(SessionSave, TheSavedCopyIsTrimmedAndHoldsNoPresence) {
+    SessionHarness h;
+    h.signIn();
+    h.connection().push(ServerFrame::presence({"u-client1", true}));
+    for (int seq = 1; seq <= 230; ++seq)
+        h.connection().push(
+            ServerFrame::message({message("c2", seq, "u-client2", "x", h.clock.now())}));
+    h.advance(2s);
+    ASSERT_EQ(h->state().messages.value("c2").size(), 230);
+    ASSERT_TRUE(h->state().online.contains("u-client1"));
+    const ChatState& saved = h.store.states.at(staffID);
+    ASSERT_EQ(saved.messages.value("c2").size(), 200);
+    EXPECT_EQ(saved.messages.value("c2").first().seq, 31);
+    EXPECT_TRUE(saved.online.isEmpty());
+}
+
+TEST(SessionTyping, FiftyKeystrokesInThreeSecondsSendOneFrameAndOneStopAfterSilence) {
+    SessionHarness h;
+    h.signIn();
+    for (int i = 0; i < 50; ++i) {
+        h->typing("c1");
+        h.advance(59ms); // 50 keystrokes within 2.95 s
+    }
+    auto typing = h.connection().sentOf(ClientFrame::Type::typing);
+    ASSERT_EQ(typing.size(), 1u);
+    EXPECT_TRUE(typing[0]->as<TypingRequest>()->isTyping);
+    EXPECT_EQ(typing[0]->as<TypingRequest>()->conversationID, "c1");
+
+    // The last keystroke was 59 ms ago; the stop comes 5 s after it, not before.
+    h.advance(5000ms - 59ms - 1ms);
+    EXPECT_EQ(h.connection().sentOf(ClientFrame::Type::typing).size(), 1u);
+    h.advance(1ms);
+    typing = h.connection().sentOf(ClientFrame::Type::typing);
+    ASSERT_EQ(typing.size(), 2u);
+    EXPECT_FALSE(typing[1]->as<TypingRequest>()->isTyping);
+    h.advance(1min);
+    EXPECT_EQ(h.connection().sentOf(ClientFrame::Type::typing).size(), 2u);
+}
+
+TEST(SessionTyping, TypingIsResentEveryThreeSecondsAndStoppedBySending) {
+    SessionHarness h;
+    h.signIn();
+    for (int i = 0; i < 70; ++i) { // 7 s of typing, one keystroke every 100 ms
+        h->typing("c2");
+        h.advance(100ms);
+    }
+    auto typing = h.connection().sentOf(ClientFrame::Type::typing);
+    ASSERT_EQ(typing.size(), 3u); // at 0, 3 and 6 s
+    h->send("c2", "Eccomi");
+    h.advance(0ms);
+    typing = h.connection().sentOf(ClientFrame::Type::typing);
+    ASSERT_EQ(typing.size(), 4u);
+    EXPECT_FALSE(typing[3]->as<TypingRequest>()->isTyping);
+    h.advance(10s); // the automatic stop was cancelled with it
+    EXPECT_EQ(h.connection().sentOf(ClientFrame::Type::typing).size(), 4u);
+}
+
+TEST(SessionTyping, AnotherUsersMarkLapsesAfterSixSeconds) {
+    SessionHarness h;
+    h.signIn();
+    h.connection().push(ServerFrame::typing({"c1", "u-client1", true}));
+    h.advance(0ms);
+    EXPECT_EQ(h->state().typingUsers("c1"), QStringList{"u-client1"});
+    h.advance(5900ms);
+    EXPECT_EQ(h->state().typingUsers("c1"), QStringList{"u-client1"});
+    h.advance(200ms); // expiry at 6 s, pruned within the 0.05 s margin
+    EXPECT_TRUE(h->state().typingUsers("c1").isEmpty());
+
+    h.connection().push(ServerFrame::typing({"c1", "u-client1", true}));
+    h.connection().push(ServerFrame::typing({"c1", "u-client1", false}));
+    h.advance(0ms);
+    EXPECT_TRUE(h->state().typingUsers("c1").isEmpty());
+}
+
+TEST(SessionReceipts, TenMessagesInThreeConversationsMakeThreeDeliveredFrames) {
+    SessionHarness h;
+    h.signIn();
+    const struct {
+        const char* conversation;
+        qint64 seq;
+    } arrivals[] = {{"c1", 1}, {"c2", 1}, {"c1", 2}, {"c3", 1}, {"c2", 2},
+                    {"c1", 3}, {"c3", 2}, {"c2", 3}, {"c1", 4}, {"c3", 3}};
+    for (const auto& a : arrivals) {
+        const QString conversation = a.conversation;
+        const QString author = "u-client" + conversation.mid(1);
+        h.connection().push(
+            ServerFrame::message({message(conversation, a.seq, author, "ciao", h.clock.now())}));
+        h.advance(20ms);
+    }
+    // 200 ms after the first arrival: nothing yet.
+    EXPECT_TRUE(h.connection().sentOf(ClientFrame::Type::delivered).empty());
+    h.advance(50ms);
+    const auto delivered = h.connection().sentOf(ClientFrame::Type::delivered);
+    ASSERT_EQ(delivered.size(), 3u);
+    std::map<QString, qint64> seqs;
+    for (const ClientFrame* frame : delivered)
+        seqs[frame->as<ReadRequest>()->conversationID] = frame->as<ReadRequest>()->seq;
+    EXPECT_EQ(seqs, (std::map<QString, qint64>{{"c1", 4}, {"c2", 3}, {"c3", 3}}));
+    EXPECT_EQ(h.events.size(), 10u);
+    h.advance(5s);
+    EXPECT_EQ(h.connection().sentOf(ClientFrame::Type::delivered).size(), 3u);
+}
+
+TEST(SessionKeepAlive, APongThatDoesNotComeClosesTheConnection) {
+    SessionHarness h(noJitter());
+    h.signIn();
+    h.advance(20s);
+    EXPECT_EQ(h.connection().pings, 1);
+    h.advance(20s);
+    EXPECT_EQ(h.connection().pings, 2);
+    EXPECT_TRUE(h->status().isOnline());
+
+    h.connection().answerPings = false;
+    h.advance(20s);
+    EXPECT_EQ(h.connection().pings, 3);
+    h.advance(14999ms);
+    EXPECT_TRUE(h->status().isOnline());
+    h.advance(1ms);
+    EXPECT_TRUE(h.connection().closed);
+    EXPECT_TRUE(h->status().isWaiting());
+    h.advanceTo(h->status().until);
+    EXPECT_TRUE(h->status().isOnline());
+    EXPECT_EQ(h.transport.connections.size(), 2u);
+}
+
+TEST(SessionGenerations, AReplacedConnectionsFailureChangesNothing) {
+    SessionHarness h;
+    h.signIn();
+    const std::shared_ptr<FakeConnection> first = h.transport.connections.back();
+    // A second sign-in replaces the connection; the first one's receive then fails.
+    h.signIn();
+    ASSERT_EQ(h.transport.connections.size(), 2u);
+    EXPECT_TRUE(first->closed);
+    first->fail();
+    h.advance(0ms);
+    EXPECT_TRUE(h->status().isOnline());
+    h.advance(1min);
+    EXPECT_EQ(h.transport.connections.size(), 2u);
+    EXPECT_TRUE(h->status().isOnline());
+
+    // Frames of the current connection still arrive.
+    h.connection().push(ServerFrame::presence({"u-client3", true}));
+    h.advance(0ms);
+    EXPECT_TRUE(h->state().online.contains("u-client3"));
+}
+
+} // namespace
+} // namespace brevio::test
