@@ -1,0 +1,250 @@
+// The file store: file names, permissions, atomic rewrites, unreadable files, and two users
+// sharing one machine.
+
+#include "FakeTransport.h"
+#include "SessionHarness.h"
+#include "session/FileSessionStore.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QThread>
+#include <sys/stat.h>
+
+using namespace std::chrono_literals;
+
+namespace brevio::test {
+namespace {
+
+mode_t modeOf(const QString& path) {
+    struct stat info {};
+    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+        return 0;
+    return info.st_mode & 07777;
+}
+
+// Real threads are involved here: spin the event loop until `done` (the limit only guards
+// against a hang).
+template <class Pred> bool waitFor(Pred done) {
+    QDeadlineTimer deadline(30s);
+    while (!done() && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    return done();
+}
+
+void writeRaw(const QString& path, const QByteArray& data) {
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(data);
+}
+
+ChatState sampleState(const QDateTime& now) {
+    ChatState state;
+    state.applyWelcome(sampleWelcome());
+    state.insert(message("c1", 1, "u-client1", "Buongiorno, àèìòù €", now));
+    state.insert(message("c1", 2, staffID, "Salve", now));
+    state.appendPending({"p-1", "c2", "in uscita", now, std::nullopt, 1});
+    state.setOnline("u-client1", true); // never written
+    return state;
+}
+
+class FileSessionStoreTest : public ::testing::Test {
+protected:
+    QTemporaryDir root;
+    QString dir() const { return root.path() + "/dati/Brevio"; }
+};
+
+TEST_F(FileSessionStoreTest, FileNamesUseTheSafeUserID) {
+    EXPECT_EQ(FileSessionStore::safeUserID("u-123"), "u-123");
+    EXPECT_EQ(FileSessionStore::safeUserID("../../etc/passwd"), "etcpasswd");
+    EXPECT_EQ(FileSessionStore::safeUserID("Zoë_Ünal 7"), "ZoëÜnal7");
+    EXPECT_EQ(FileSessionStore::safeUserID(QString::fromUtf8("用户😀-𝟘")),
+              QString::fromUtf8("用户-𝟘"));
+    FileSessionStore store(dir());
+    EXPECT_EQ(store.statePath("///"), dir() + "/chat-.json");
+    EXPECT_EQ(store.credentialsPath(), dir() + "/sessione.json");
+}
+
+TEST_F(FileSessionStoreTest, CredentialsRoundTripAndDelete) {
+    FileSessionStore store(dir());
+    EXPECT_FALSE(store.loadCredentials()); // no folder yet
+    const SessionCredentials credentials{QUrl("wss://chat.example.test:8443/ws"), "tok-èé", "u-1"};
+    store.saveCredentials(credentials);
+    EXPECT_EQ(store.loadCredentials(), credentials);
+    store.deleteCredentials();
+    EXPECT_FALSE(store.loadCredentials());
+    store.deleteCredentials(); // deleting what is not there is not an error
+}
+
+TEST_F(FileSessionStoreTest, EveryWriteLeavesTheFile0600AndTheFolder0700) {
+    // Everything exists already with wider rights.
+    ASSERT_TRUE(QDir().mkpath(dir()));
+    ASSERT_EQ(::chmod(QFile::encodeName(dir()).constData(), 0755), 0);
+    FileSessionStore store(dir());
+    writeRaw(store.credentialsPath(), "{}");
+    writeRaw(store.statePath("u-1"), "{}");
+    ASSERT_EQ(::chmod(QFile::encodeName(store.credentialsPath()).constData(), 0644), 0);
+    ASSERT_EQ(::chmod(QFile::encodeName(store.statePath("u-1")).constData(), 0666), 0);
+
+    store.saveCredentials({QUrl("wss://a.test/ws"), "t", "u-1"});
+    store.saveState(sampleState(QDateTime::currentDateTimeUtc()), "u-1");
+    store.flush();
+    EXPECT_EQ(modeOf(dir()), 0700u);
+    EXPECT_EQ(modeOf(store.credentialsPath()), 0600u);
+    EXPECT_EQ(modeOf(store.statePath("u-1")), 0600u);
+    // Nothing but the two files is left behind (no temporary files).
+    EXPECT_EQ(QDir(dir()).entryList(QDir::Files | QDir::Hidden).size(), 2);
+
+    // A fresh folder, intermediate ones included, is created private.
+    FileSessionStore fresh(root.path() + "/nuova/cartella");
+    fresh.saveCredentials({QUrl("wss://a.test/ws"), "t", "u-1"});
+    EXPECT_EQ(modeOf(root.path() + "/nuova"), 0700u);
+    EXPECT_EQ(modeOf(root.path() + "/nuova/cartella"), 0700u);
+    EXPECT_EQ(modeOf(fresh.credentialsPath()), 0600u);
+}
+
+TEST_F(FileSessionStoreTest, UnreadableFilesReadAsNothing) {
+    FileSessionStore store(dir());
+    store.saveCredentials({QUrl("wss://a.test/ws"), "t", "u-1"});
+    const QByteArray broken[] = {
+        "",
+        "{",
+        "[]",
+        "null",
+        "{\"server\":\"wss://a.test/ws\",\"token\":\"t\"}",
+        "{\"server\":42,\"token\":\"t\",\"userID\":\"u\"}",
+        "{\"server\":\"non un indirizzo\",\"token\":\"t\",\"userID\":\"u\"}",
+        "\xff\xfe\x00garbage"};
+    for (const QByteArray& data : broken) {
+        writeRaw(store.credentialsPath(), data);
+        EXPECT_FALSE(store.loadCredentials()) << data.toStdString();
+    }
+    const QByteArray brokenStates[] = {"", "{\"messages\":", "{\"outbox\":[{\"clientID\":1}]}",
+                                       "{\"me\":{\"id\":\"x\"}}", "[1,2,3]"};
+    for (const QByteArray& data : brokenStates) {
+        writeRaw(store.statePath("u-1"), data);
+        EXPECT_FALSE(store.loadState("u-1")) << data.toStdString();
+    }
+    EXPECT_FALSE(store.loadState("nessuno"));
+}
+
+TEST_F(FileSessionStoreTest, StateRoundTripsAndLaterSavesWin) {
+    FileSessionStore store(dir());
+    const ChatState state =
+        sampleState(QDateTime(QDate(2025, 3, 14), QTime(9, 26, 53, 589), Qt::UTC));
+    ChatState later = state;
+    later.insert(message("c1", 3, "u-client1", "terzo", QDateTime::currentDateTimeUtc()));
+    store.saveState(state, "u-1");
+    store.saveState(later, "u-1");
+    store.flush();
+    const std::optional<ChatState> loaded = store.loadState("u-1");
+    ASSERT_TRUE(loaded);
+    ChatState expected = later.trimmed(1000); // what a file can hold: no presence
+    EXPECT_EQ(*loaded, expected);
+    EXPECT_TRUE(loaded->online.isEmpty());
+}
+
+TEST_F(FileSessionStoreTest, AnAsynchronousLoadAnswersLaterOnTheCallersThread) {
+    FileSessionStore store(dir());
+    store.saveState(sampleState(QDateTime::currentDateTimeUtc()), "u-1");
+    int calls = 0;
+    std::optional<ChatState> loaded;
+    QThread* thread = nullptr;
+    store.loadStateAsync("u-1", [&](std::optional<ChatState> state) {
+        ++calls;
+        loaded = std::move(state);
+        thread = QThread::currentThread();
+    });
+    EXPECT_EQ(calls, 0);
+    ASSERT_TRUE(waitFor([&] { return calls == 1; }));
+    EXPECT_EQ(thread, QThread::currentThread());
+    ASSERT_TRUE(loaded);
+    EXPECT_EQ(loaded->messages.value("c1").size(), 2);
+
+    int missing = 0;
+    store.loadStateAsync("u-2",
+                         [&](std::optional<ChatState> state) { missing += state ? 100 : 1; });
+    ASSERT_TRUE(waitFor([&] { return missing != 0; }));
+    EXPECT_EQ(missing, 1);
+}
+
+// Sessions on one machine share the folder; a user's sign-out touches only that user's file.
+TEST_F(FileSessionStoreTest, TwoUsersKeepTwoFilesAndSigningOutOneRemovesOnlyItsOwn) {
+    ManualClock clock;
+    FileSessionStore store(dir());
+    FakeTransport transport;
+    Welcome first = sampleWelcome();
+    Welcome second = sampleWelcome();
+    second.me.id = "u-client1";
+    second.me.role = Role::client;
+    second.token = "token-2";
+    ClientInfo client;
+    client.build = 100;
+
+    auto signIn = [&](ChatSession& session, const Welcome& welcome) {
+        transport.script = [welcome](FakeConnection& c, const ClientFrame& frame) {
+            if (frame.type == ClientFrame::Type::login || frame.type == ClientFrame::Type::resume)
+                c.push(ServerFrame::welcome(welcome));
+        };
+        bool done = false;
+        session.signIn(serverURL, "x@y.it", "password1", [&](auto r) { done = r.has_value(); });
+        ASSERT_TRUE(waitFor([&] { return done; }));
+        clock.advance(2s); // the save after the attach
+        store.flush();
+    };
+    ChatSession a(clock, transport, &store, client);
+    ChatSession b(clock, transport, &store, client);
+    signIn(a, first);
+    signIn(b, second);
+    ASSERT_TRUE(QFile::exists(store.statePath(staffID)));
+    ASSERT_TRUE(QFile::exists(store.statePath("u-client1")));
+    EXPECT_EQ(store.loadCredentials()->userID, "u-client1");
+
+    a.signOutNow(SignOutReason::userRequested, false);
+    store.flush();
+    EXPECT_FALSE(QFile::exists(store.statePath(staffID)));
+    EXPECT_TRUE(QFile::exists(store.statePath("u-client1")));
+    EXPECT_EQ(store.loadState("u-client1")->me->id, "u-client1");
+    pump();
+}
+
+TEST_F(FileSessionStoreTest, ACorruptCredentialsFileLeavesTheSessionSignedOut) {
+    ManualClock clock;
+    FileSessionStore store(dir());
+    store.saveCredentials({serverURL, "t", staffID});
+    writeRaw(store.credentialsPath(), "{\"server\": \"wss://a.test/ws\", \"tok");
+    FakeTransport transport;
+    ChatSession session(clock, transport, &store, ClientInfo{});
+    session.restore();
+    EXPECT_TRUE(session.phase().isSignedOut());
+    EXPECT_TRUE(transport.connections.empty());
+}
+
+TEST_F(FileSessionStoreTest, FlushWritesStateAndCredentialsBeforeItReturns) {
+    ManualClock clock;
+    FakeTransport transport;
+    transport.script = [](FakeConnection& c, const ClientFrame& frame) {
+        if (frame.type == ClientFrame::Type::login)
+            c.push(ServerFrame::welcome(sampleWelcome()));
+    };
+    auto store = std::make_unique<FileSessionStore>(dir());
+    ChatSession session(clock, transport, store.get(), ClientInfo{});
+    bool done = false;
+    session.signIn(serverURL, "x@y.it", "password1", [&](auto r) { done = r.has_value(); });
+    ASSERT_TRUE(waitFor([&] { return done; }));
+    session.send("c1", "da non perdere"); // offline or not, it is in the outbox now
+    session.flush();
+    // No debounce, no waiting: a second store on the same folder sees it at once.
+    FileSessionStore reader(dir());
+    const auto saved = reader.loadState(staffID);
+    ASSERT_TRUE(saved);
+    ASSERT_EQ(saved->outbox.size(), 1);
+    EXPECT_EQ(saved->outbox.first().text, "da non perdere");
+    EXPECT_EQ(reader.loadCredentials()->token, "token-1");
+    pump();
+}
+
+} // namespace
+} // namespace brevio::test
