@@ -1,7 +1,5 @@
 #include "FrameEncoder.h"
 
-#include <algorithm>
-
 namespace brevio {
 
 bool FrameEncoder::isShared(ServerFrame::Type type) {
@@ -27,25 +25,25 @@ QString FrameEncoder::encode(const ServerFrame& frame) {
     if (capacity_ == 0 || !isShared(frame.type))
         return QString::fromStdString(wire::encode(frame));
 
-    // Comparing two frames costs a fraction of encoding one; a broadcast's copies compare equal
-    // field by field, and most non-matching entries differ already in their type.
-    const auto found = std::find_if(recent_.begin(), recent_.end(),
-                                    [&](const Entry& entry) { return entry.frame == frame; });
-    if (found != recent_.end()) {
+    // Hashing and comparing a frame cost a fraction of encoding it.
+    const std::size_t key = qHash(frame) ^ std::size_t(frame.type);
+    const auto found = entries_.find(key);
+    if (found != entries_.end() && found->second.frame == frame) {
         ++hits_;
-        QString text = found->text;
-        if (found != recent_.begin()) {
-            Entry entry = std::move(*found);
-            recent_.erase(found);
-            recent_.push_front(std::move(entry));
-        }
-        return text;
+        return found->second.text;
     }
     ++misses_;
     QString text = QString::fromStdString(wire::encode(frame));
-    recent_.push_front(Entry{frame, text});
-    if (recent_.size() > capacity_)
-        recent_.pop_back();
+    if (found != entries_.end()) {
+        found->second = Entry{frame, text};
+        return text;
+    }
+    entries_.emplace(key, Entry{frame, text});
+    insertionOrder_.push_back(key);
+    if (insertionOrder_.size() > capacity_) {
+        entries_.erase(insertionOrder_.front());
+        insertionOrder_.pop_front();
+    }
     return text;
 }
 

@@ -59,6 +59,27 @@ TEST(FrameEncoderTest, EveryTextIsTheFrameOwnEncoding) {
     EXPECT_GT(encoder.hits(), 0u);
 }
 
+// A member's drain replays the frames the previous member's drain just sent, in the same order;
+// a backlog of many broadcasts must still come from memory the second time.
+TEST(FrameEncoderTest, ABacklogReplayedByTheNextMemberIsNotEncodedAgain) {
+    FrameEncoder encoder(1000);
+    std::vector<ServerFrame> backlog;
+    for (int i = 1; i <= 400; ++i) {
+        backlog.push_back(messageEvent(i, QStringLiteral("messaggio %1").arg(i)));
+        backlog.push_back(
+            ServerFrame::read(ReadEvent{QStringLiteral("conv-1"), QStringLiteral("u-1"), i}));
+    }
+    for (const auto& frame : backlog)
+        encoder.encode(frame);
+    EXPECT_EQ(encoder.misses(), backlog.size());
+    for (int member = 0; member < 3; ++member) {
+        for (const auto& frame : backlog)
+            ASSERT_EQ(encoder.encode(frame).toStdString(), wire::encode(frame));
+    }
+    EXPECT_EQ(encoder.hits(), 3 * backlog.size());
+    EXPECT_EQ(encoder.misses(), backlog.size());
+}
+
 TEST(FrameEncoderTest, RepliesAreNeverTakenFromMemory) {
     FrameEncoder encoder;
     const ServerFrame reply =
