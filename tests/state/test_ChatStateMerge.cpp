@@ -154,12 +154,15 @@ TEST(ChatStateHistory, OverlappingPagesKeepOneCopyPerSeqByRevision) {
             m.revision = 1;
             m.text = "rev 1";
         }
+        if (m.seq == 5)
+            m.text = "same revision, later copy"; // as with live messages, a tie takes the newcomer
     }
     s.mergeHistory("d", second, true, false);
     const QList<ChatMessage>& list = s.messages["d"];
     EXPECT_EQ(seqsOf(list), (QList<qint64>{1, 2, 3, 4, 5, 6, 7, 8}));
     EXPECT_EQ(list[2].text, "rev 4"); // revision 0 did not replace revision 4
     EXPECT_EQ(list[3].text, "rev 1");
+    EXPECT_EQ(list[4].text, "same revision, later copy");
     EXPECT_EQ(list[5].text, "rev 2");
 }
 
