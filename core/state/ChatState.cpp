@@ -1,15 +1,11 @@
 #include "state/ChatState.h"
 
-#include "state/Timeline.h"
-
 #include <algorithm>
 #include <utility>
 
 namespace brevio {
 
 namespace {
-
-constexpr qint64 changeWindowMs = 86400LL * 1000;
 
 bool bySeq(const ChatMessage& a, const ChatMessage& b) {
     return a.seq < b.seq;
@@ -120,8 +116,7 @@ QList<ChatMessage> mergeSorted(QList<ChatMessage>&& loaded, QList<ChatMessage>&&
 
 } // namespace
 
-// ---- Helpers
-// --------------------------------------------------------------------------------------
+// ---- Helpers ----
 
 // Messages keep their own copies of the conversation and author ids otherwise; sharing the map
 // keys' strings saves several allocations per stored message.
@@ -175,8 +170,7 @@ void ChatState::dropConversationData(const QString& conversationID) {
     outbox.removeIf([&](const PendingMessage& p) { return p.conversationID == conversationID; });
 }
 
-// ---- Server events
-// --------------------------------------------------------------------------------
+// ---- Server events ----
 
 InsertResult ChatState::insert(ChatMessage message) {
     auto cit = conversations.find(message.conversationID);
@@ -384,8 +378,7 @@ std::optional<qint64> ChatState::mergeChanges(const QString& conversationID,
     return gapAfter;
 }
 
-// ---- Outbox
-// ---------------------------------------------------------------------------------------
+// ---- Outbox ----
 
 bool ChatState::appendPending(PendingMessage pending) {
     auto cit = conversations.constFind(pending.conversationID);
@@ -416,8 +409,7 @@ bool ChatState::removePending(const QString& clientID) {
     return outbox.removeIf([&](const PendingMessage& p) { return p.clientID == clientID; }) > 0;
 }
 
-// ---- Marks, typing, presence
-// ----------------------------------------------------------------------
+// ---- Marks, typing, presence ----
 
 std::optional<qint64> ChatState::markRead(const QString& conversationID) {
     if (!me)
@@ -500,8 +492,7 @@ void ChatState::setOnline(const QString& userID, bool isOnline) {
         online.remove(userID);
 }
 
-// ---- Records
-// --------------------------------------------------------------------------------------
+// ---- Records ----
 
 void ChatState::upsertConversation(Conversation conversation) {
     auto cit = conversations.find(conversation.id);
@@ -534,156 +525,6 @@ void ChatState::upsertUser(User user) {
         me = user;
     const QString id = user.id;
     users.insert(id, std::move(user));
-}
-
-// ---- Queries
-// --------------------------------------------------------------------------------------
-
-qint64 ChatState::unreadCount(const QString& conversationID) const {
-    auto cit = conversations.constFind(conversationID);
-    if (cit == conversations.cend())
-        return 0;
-    const qint64 mark = me ? cit->reads.value(me->id, 0) : 0;
-    return std::max<qint64>(0, cit->lastSeq - mark);
-}
-
-qint64 ChatState::totalUnread() const {
-    qint64 total = 0;
-    for (auto it = conversations.cbegin(); it != conversations.cend(); ++it) {
-        const qint64 mark = me ? it->reads.value(me->id, 0) : 0;
-        total += std::max<qint64>(0, it->lastSeq - mark);
-    }
-    return total;
-}
-
-bool ChatState::canChange(const ChatMessage& message, const QDateTime& now) const {
-    return me && message.authorID == me->id && !message.deletedAt && message.sentAt.isValid() &&
-           now.isValid() && message.sentAt.msecsTo(now) < changeWindowMs;
-}
-
-QList<PendingMessage> ChatState::pending(const QString& conversationID) const {
-    QList<PendingMessage> out;
-    for (const PendingMessage& p : outbox) {
-        if (p.conversationID == conversationID)
-            out.append(p);
-    }
-    return out;
-}
-
-QList<PendingMessage> ChatState::unsent() const {
-    QList<PendingMessage> out;
-    for (const PendingMessage& p : outbox) {
-        if (!p.failure)
-            out.append(p);
-    }
-    return out;
-}
-
-QStringList ChatState::otherParticipants(const QString& conversationID) const {
-    auto cit = conversations.constFind(conversationID);
-    if (cit == conversations.cend())
-        return {};
-    const QString myID = me ? me->id : QString();
-    QStringList out;
-    if (cit->kind == ConversationKind::group) {
-        for (const QString& id : cit->memberIDs.value_or(QStringList{})) {
-            if (id != myID && !out.contains(id))
-                out.append(id);
-        }
-        return out;
-    }
-    // A direct conversation has two sides: the staff and the company's people. Colleagues on the
-    // user's own side do not make a message delivered or read.
-    const bool wantStaff = !me || me->role == Role::client;
-    const bool wantCompany = !me || me->role == Role::staff;
-    for (auto it = users.cbegin(); it != users.cend(); ++it) {
-        const User& u = *it;
-        if (u.id == myID)
-            continue;
-        const bool isStaff = u.role == Role::staff;
-        const bool isCompany =
-            u.role == Role::client && cit->clientID && u.clientID == cit->clientID;
-        if ((wantStaff && isStaff) || (wantCompany && isCompany))
-            out.append(u.id);
-    }
-    out.sort();
-    return out;
-}
-
-DeliveryThresholds ChatState::deliveryThresholds(const QString& conversationID) const {
-    DeliveryThresholds t;
-    auto cit = conversations.constFind(conversationID);
-    if (cit == conversations.cend())
-        return t;
-    const QStringList others = otherParticipants(conversationID);
-    if (others.isEmpty())
-        return t;
-    // In a direct conversation any one person on the other side suffices, in a group everyone
-    // must have got there: the thresholds are the largest or the smallest mark.
-    const bool any = cit->kind == ConversationKind::direct;
-    bool first = true;
-    for (const QString& p : others) {
-        const qint64 r = cit->reads.value(p, 0);
-        const qint64 d = std::max(cit->delivered.value(p, 0), r);
-        if (first) {
-            t.read = r;
-            t.delivered = d;
-            first = false;
-        } else if (any) {
-            t.read = std::max(t.read, r);
-            t.delivered = std::max(t.delivered, d);
-        } else {
-            t.read = std::min(t.read, r);
-            t.delivered = std::min(t.delivered, d);
-        }
-    }
-    t.valid = true;
-    return t;
-}
-
-Delivery DeliveryThresholds::of(qint64 seq) const {
-    if (!valid)
-        return Delivery::sent();
-    if (read >= seq)
-        return Delivery::read();
-    if (delivered >= seq)
-        return Delivery::delivered();
-    return Delivery::sent();
-}
-
-Delivery ChatState::delivery(qint64 seq, const QString& conversationID) const {
-    return deliveryThresholds(conversationID).of(seq);
-}
-
-bool ChatState::hasOlder(const QString& conversationID) const {
-    auto lit = messages.constFind(conversationID);
-    if (lit != messages.cend() && !lit->isEmpty())
-        return historyStart.value(conversationID, 1) < lit->constFirst().seq;
-    auto cit = conversations.constFind(conversationID);
-    return cit != conversations.cend() && cit->lastSeq > 0;
-}
-
-ChatState ChatState::trimmed(qsizetype limit) const {
-    ChatState copy = *this;
-    limit = std::max<qsizetype>(limit, 0);
-    for (auto it = copy.messages.begin(); it != copy.messages.end();) {
-        const QList<ChatMessage>& list = std::as_const(*it);
-        if (list.size() > limit)
-            *it = QList<ChatMessage>(list.cend() - limit, list.cend());
-        if (it->isEmpty())
-            it = copy.messages.erase(it);
-        else
-            ++it;
-    }
-    copy.online.clear();
-    copy.typing.clear();
-    return copy;
-}
-
-QList<TimelineEntry> ChatState::timeline(const QString& conversationID,
-                                         std::optional<qint64> unreadAfter, const QDateTime& now,
-                                         const QTimeZone& zone) const {
-    return buildTimeline(*this, conversationID, unreadAfter, now, zone);
 }
 
 } // namespace brevio
