@@ -1,0 +1,136 @@
+// End to end over a real WebSocket on the loopback address: the standalone listener in-process,
+// the local server behind it, sessions on the WebSocket transport. Time-outs and back-off run on
+// a manual clock; only the sockets are real, and waits on them have a generous safety limit.
+
+#include "LocalWorld.h"
+#include "ServerListener.h"
+#include "transport/WebSocketTransport.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+
+using namespace std::chrono_literals;
+
+namespace brevio::test {
+namespace {
+
+template <class Pred> bool waitFor(Pred done) {
+    QDeadlineTimer deadline(30s);
+    while (!done() && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    return done();
+}
+
+qsizetype countText(const QList<ChatMessage>& messages, const QString& text) {
+    return std::count_if(messages.cbegin(), messages.cend(),
+                         [&](const ChatMessage& m) { return m.text == text; });
+}
+
+class SessionWebSocketTest : public ::testing::Test {
+protected:
+    SessionWebSocketTest() : world(false), listener(*world.endpoint, world.clock) {}
+
+    void SetUp() override {
+        ASSERT_TRUE(listener.listen(QHostAddress::LocalHost, 0))
+            << listener.errorString().toStdString();
+        url = QUrl(QStringLiteral("ws://127.0.0.1:%1/ws").arg(listener.port()));
+    }
+    void TearDown() override {
+        sessions.clear();
+        listener.closeAll();
+        waitFor([&] { return listener.connectionCount() == 0; });
+    }
+
+    ChatSession& signIn(const QString& email) {
+        stores.push_back(std::make_unique<MemoryStore>(world.clock));
+        sessions.push_back(std::make_unique<ChatSession>(
+            world.clock, transport, stores.back().get(), LocalWorld::client()));
+        ChatSession& session = *sessions.back();
+        std::optional<std::expected<void, ChatError>> result;
+        session.signIn(url, email, QString::fromLatin1(LocalServer::demoPassword),
+                       [&](std::expected<void, ChatError> r) { result = r; });
+        EXPECT_TRUE(waitFor([&] { return result.has_value(); }));
+        EXPECT_TRUE(result && result->has_value())
+            << email.toStdString() << " "
+            << (result && !result->has_value() ? result->error().description().toStdString() : "");
+        return session;
+    }
+
+    LocalWorld world;
+    ServerListener listener;
+    WebSocketTransport transport;
+    QUrl url;
+    std::vector<std::unique_ptr<MemoryStore>> stores;
+    std::vector<std::unique_ptr<ChatSession>> sessions;
+};
+
+TEST_F(SessionWebSocketTest, TwoSessionsTalkAndSurviveTheServerDroppingEveryConnection) {
+    ChatSession& staff = signIn(world.staff().email);
+    ChatSession& client = signIn(world.clientAccount(0).email);
+    ASSERT_TRUE(staff.status().isOnline());
+    ASSERT_TRUE(client.status().isOnline());
+    const QString conversation =
+        directConversation(client.state(), *world.clientAccount(0).clientID);
+    ASSERT_FALSE(conversation.isEmpty());
+
+    client.send(conversation, "Ciao dalla rete vera");
+    ASSERT_TRUE(waitFor(
+        [&] { return countText(messagesOf(staff, conversation), "Ciao dalla rete vera") == 1; }));
+    EXPECT_TRUE(client.state().outbox.isEmpty());
+
+    // One message goes out just as the server drops everything: its ack may or may not come.
+    staff.send(conversation, "Proprio mentre cade");
+    world.endpoint->dropAll();
+    ASSERT_TRUE(waitFor([&] { return staff.status().isWaiting() && client.status().isWaiting(); }));
+    // Written while disconnected.
+    client.send(conversation, "Scritto offline dal cliente");
+    staff.send(conversation, "Scritto offline dallo staff");
+
+    // Time for the reconnect (at most 1.2 s after the failure).
+    world.clock.advance(2s);
+    ASSERT_TRUE(waitFor([&] {
+        return staff.status().isOnline() && client.status().isOnline() &&
+               staff.state().outbox.isEmpty() && client.state().outbox.isEmpty();
+    }));
+    const QStringList texts = {"Proprio mentre cade", "Scritto offline dal cliente",
+                               "Scritto offline dallo staff"};
+    ASSERT_TRUE(waitFor([&] {
+        for (const QString& text : texts) {
+            if (countText(messagesOf(staff, conversation), text) != 1 ||
+                countText(messagesOf(client, conversation), text) != 1)
+                return false;
+        }
+        return true;
+    }));
+    // Exactly once, and the two sides hold the same list.
+    for (const QString& text : texts) {
+        EXPECT_EQ(countText(messagesOf(staff, conversation), text), 1) << text.toStdString();
+        EXPECT_EQ(countText(messagesOf(client, conversation), text), 1) << text.toStdString();
+    }
+    const auto staffList = messagesOf(staff, conversation);
+    const auto clientList = messagesOf(client, conversation);
+    ASSERT_EQ(staffList.size(), clientList.size());
+    for (qsizetype i = 0; i < staffList.size(); ++i)
+        EXPECT_EQ(staffList[i].id, clientList[i].id);
+}
+
+TEST_F(SessionWebSocketTest, AnUnreachableServerIsReportedToTheSignIn) {
+    listener.closeAll();
+    waitFor([&] { return listener.connectionCount() == 0; });
+    ChatSession session(world.clock, transport, nullptr, LocalWorld::client());
+    // Nothing listens on this port any more.
+    std::optional<std::expected<void, ChatError>> result;
+    session.signIn(QUrl(QStringLiteral("ws://127.0.0.1:1/ws")), "a@b.it", "password1",
+                   [&](std::expected<void, ChatError> r) { result = r; });
+    ASSERT_TRUE(waitFor([&] { return result.has_value(); }));
+    EXPECT_EQ(*result, std::unexpected(ChatError::unreachable()));
+    // A scheme the transport does not speak fails before any network activity.
+    result.reset();
+    session.signIn(QUrl(QStringLiteral("http://127.0.0.1/ws")), "a@b.it", "password1",
+                   [&](std::expected<void, ChatError> r) { result = r; });
+    ASSERT_TRUE(waitFor([&] { return result.has_value(); }));
+    EXPECT_EQ(*result, std::unexpected(ChatError::invalidServerAddress()));
+}
+
+} // namespace
+} // namespace brevio::test
