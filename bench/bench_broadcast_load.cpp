@@ -7,7 +7,8 @@
 //
 // Usage: bench_broadcast_load PORT CONVERSATION_ID SECONDS_PER_STEP RATE... < tokens (one a line)
 // Output: "step RATE" when a step starts, then
-//         "result RATE SENT SECONDS DELIVERIES DELIVERIES_PER_S P50_MS P99_MS MAX_MS MISSING"
+//         "result RATE SENT SECONDS DELIVERIES DELIVERIES_PER_S P50_MS P99_MS MAX_MS MISSING CPU_S"
+//         (CPU_S: this generator's own CPU seconds during the step)
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -24,6 +25,7 @@
 #include <string>
 #include <string_view>
 #include <sys/epoll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <vector>
@@ -348,6 +350,13 @@ private:
     Step* current_ = nullptr;
 };
 
+double ownCpuSeconds() {
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
+
 double percentileMs(std::vector<std::int64_t>& values, double fraction) {
     if (values.empty())
         return 0;
@@ -388,6 +397,7 @@ int main(int argc, char** argv) {
     for (std::size_t i = 0; i < rates.size(); ++i) {
         std::printf("step %d\n", rates[i]);
         std::fflush(stdout);
+        const double cpuBefore = ownCpuSeconds();
         Step step = generator.run(rates[i], int(i), seconds, perSend);
         const std::int64_t endNs = std::max(step.lastSendNs, step.lastReceiptNs);
         const double elapsed = double(endNs - step.firstSendNs) / 1e9;
@@ -397,9 +407,9 @@ int main(int argc, char** argv) {
             lat.empty() ? 0 : double(*std::max_element(lat.begin(), lat.end())) / 1e6;
         const double p50 = percentileMs(lat, 0.50);
         const double p99 = percentileMs(lat, 0.99);
-        std::printf("result %d %ld %.3f %ld %.0f %.2f %.2f %.2f %ld\n", step.rate, step.sent,
+        std::printf("result %d %ld %.3f %ld %.0f %.2f %.2f %.2f %ld %.3f\n", step.rate, step.sent,
                     elapsed, step.deliveries, elapsed > 0 ? double(step.deliveries) / elapsed : 0.0,
-                    p50, p99, maxMs, expected - step.deliveries);
+                    p50, p99, maxMs, expected - step.deliveries, ownCpuSeconds() - cpuBefore);
         std::fflush(stdout);
         // Past saturation: deliveries missing after the drain, or a p99 above one second.
         if (step.deliveries < expected || p99 > 1000)
