@@ -26,6 +26,13 @@ void completeLater(CallerContext& caller, TransportConnection::Done<T> done, Res
     caller.post([done = std::move(done), result = std::move(result)] { done(result); });
 }
 
+// Only the error travels: the failed result is built where it is delivered.
+template <class T>
+void failLater(CallerContext& caller, TransportConnection::Done<T> done, ChatError error) {
+    caller.post(
+        [done = std::move(done), error = std::move(error)] { done(std::unexpected(error)); });
+}
+
 } // namespace
 
 LocalConnection::LocalConnection(std::shared_ptr<LocalEndpoint> server,
@@ -40,34 +47,31 @@ LocalConnection::~LocalConnection() {
 
 void LocalConnection::send(ClientFrame frame, Done<void> done) {
     if (closeOnce_.isDone() || frames_->isFinished())
-        return completeLater(*caller_, std::move(done),
-                             Result<void>(std::unexpected(ChatError::notConnected())));
+        return failLater(*caller_, std::move(done), ChatError::notConnected());
     Result<ClientFrame> carried = throughWire(frame);
     if (!carried)
-        return completeLater(*caller_, std::move(done),
-                             Result<void>(std::unexpected(carried.error())));
+        return failLater(*caller_, std::move(done), carried.error());
     server_->deliver(peerID_, std::move(*carried));
     completeLater(*caller_, std::move(done), Result<void>());
 }
 
 void LocalConnection::receive(Done<ServerFrame> done) {
     if (closeOnce_.isDone())
-        return completeLater(*caller_, std::move(done),
-                             Result<ServerFrame>(std::unexpected(ChatError::notConnected())));
+        return failLater(*caller_, std::move(done), ChatError::notConnected());
     // The server may push from its own thread; the waiter only hands the frame over, and the
     // round trip runs on the caller's thread, not in the server's time.
     frames_->next([caller = caller_, done = std::move(done)](std::optional<ServerFrame> frame) {
         caller->post([done, frame = std::move(frame)] {
-            done(frame ? throughWire(*frame)
-                       : Result<ServerFrame>(std::unexpected(ChatError::notConnected())));
+            if (!frame)
+                return done(std::unexpected(ChatError::notConnected()));
+            done(throughWire(*frame));
         });
     });
 }
 
 void LocalConnection::ping(Done<void> done) {
     if (closeOnce_.isDone())
-        return completeLater(*caller_, std::move(done),
-                             Result<void>(std::unexpected(ChatError::notConnected())));
+        return failLater(*caller_, std::move(done), ChatError::notConnected());
     completeLater(*caller_, std::move(done), Result<void>());
 }
 

@@ -1,5 +1,5 @@
 #include "transport/LocalTransport.h"
-#include "EventLoop.h"
+#include "TransportTestSupport.h"
 #include "transport/LocalConnection.h"
 
 #include <QThread>
@@ -12,6 +12,7 @@ namespace brevio {
 namespace {
 
 using test::drainPosted;
+using test::Outcome;
 using test::waitUntil;
 
 // Records what the transport hands to the server and lets the test push frames to a peer.
@@ -51,19 +52,6 @@ private:
     std::map<qint64, std::shared_ptr<FrameQueue<ServerFrame>>> queues_;
     std::vector<std::pair<qint64, ClientFrame>> delivered_;
     std::vector<qint64> disconnected_;
-};
-
-template <class T> struct Outcome {
-    std::optional<std::expected<T, ChatError>> result;
-    QThread* thread = nullptr;
-
-    TransportConnection::Done<T> done() {
-        return [this](std::expected<T, ChatError> r) {
-            result = std::move(r);
-            thread = QThread::currentThread();
-        };
-    }
-    bool arrived() const { return result.has_value(); }
 };
 
 ServerFrame typingFrame(const QString& user) {

@@ -1,11 +1,29 @@
 #pragma once
 
+#include "transport/ChatTransport.h"
+
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QThread>
 #include <QTimer>
 #include <chrono>
+#include <optional>
 
 namespace brevio::test {
+
+// The result of one transport operation and the thread its completion ran on.
+template <class T> struct Outcome {
+    std::optional<std::expected<T, ChatError>> result;
+    QThread* thread = nullptr;
+
+    TransportConnection::Done<T> done() {
+        return [this](std::expected<T, ChatError> r) {
+            result = std::move(r);
+            thread = QThread::currentThread();
+        };
+    }
+    bool arrived() const { return result.has_value(); }
+};
 
 // Runs this thread's event loop until `done()` holds. The limit only keeps a broken build from
 // hanging; no assertion depends on how long anything took.

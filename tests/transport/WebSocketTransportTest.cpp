@@ -1,5 +1,5 @@
 #include "transport/WebSocketTransport.h"
-#include "EventLoop.h"
+#include "TransportTestSupport.h"
 
 #include <QTcpServer>
 #include <QThread>
@@ -11,20 +11,8 @@ namespace brevio {
 namespace {
 
 using test::drainPosted;
+using test::Outcome;
 using test::waitUntil;
-
-template <class T> struct Outcome {
-    std::optional<std::expected<T, ChatError>> result;
-    QThread* thread = nullptr;
-
-    TransportConnection::Done<T> done() {
-        return [this](std::expected<T, ChatError> r) {
-            result = std::move(r);
-            thread = QThread::currentThread();
-        };
-    }
-    bool arrived() const { return result.has_value(); }
-};
 
 // A WebSocket server on 127.0.0.1 that records what its peers send and lets a test answer.
 class LoopbackServer {
