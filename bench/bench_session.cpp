@@ -1,0 +1,300 @@
+// The session's persistence at scale: a saved state of 500 conversations × 200 messages
+// (about 30 MB of JSON). Measures, in wall-clock time:
+//   - restore: from ChatSession::restore() to the loaded state being published;
+//   - save: the encode and write of one save on the store thread;
+//   - the main thread's longest gap between two ticks of a 1 ms timer while each runs
+//     (the decode and the encode must not stall the interface).
+// Figures are reported as counters; nothing here passes or fails.
+
+#include "model/ManualClock.h"
+#include "session/ChatSession.h"
+#include "session/FileSessionStore.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <benchmark/benchmark.h>
+#include <chrono>
+#include <ctime>
+#include <memory>
+
+using namespace brevio;
+
+namespace {
+
+constexpr int conversationCount = 500;
+constexpr int messagesPerConversation = 200;
+const QString userID = QStringLiteral("u-staff-001");
+
+// No server: every connection attempt fails at once, so a restored session only waits.
+class NoServer final : public ChatTransport {
+public:
+    std::expected<std::shared_ptr<TransportConnection>, ChatError> connect(const QUrl&) override {
+        return std::unexpected(ChatError::unreachable());
+    }
+};
+
+ChatState bigState() {
+    ChatState state;
+    const QDateTime start(QDate(2025, 1, 7), QTime(8, 0), Qt::UTC);
+    User me{userID,
+            QStringLiteral("Sara Conti"),
+            QStringLiteral("sara.conti@ardena.example"),
+            Role::staff,
+            std::nullopt,
+            true,
+            std::nullopt};
+    state.me = me;
+    state.organization = QStringLiteral("Ardena");
+    state.users.insert(me.id, me);
+    const QString text = QStringLiteral(
+        "Buongiorno, vi scrivo per il preventivo del cantiere: ci servono le misure aggiornate "
+        "entro venerdì, grazie mille e buona giornata!");
+    for (int c = 0; c < conversationCount; ++c) {
+        const QString clientID = QStringLiteral("k-%1").arg(c, 4, 10, QLatin1Char('0'));
+        const QString personID = QStringLiteral("u-client-%1").arg(c, 4, 10, QLatin1Char('0'));
+        state.clients.insert(clientID, ClientCompany{clientID, QStringLiteral("Azienda %1").arg(c),
+                                                     QStringLiteral("Note interne"), start});
+        state.users.insert(personID,
+                           User{personID, QStringLiteral("Cliente %1").arg(c), std::nullopt,
+                                Role::client, clientID, false, std::nullopt});
+        Conversation conversation;
+        conversation.id = QStringLiteral("c-%1").arg(c, 4, 10, QLatin1Char('0'));
+        conversation.clientID = clientID;
+        conversation.title = QStringLiteral("Azienda %1").arg(c);
+        conversation.revision = messagesPerConversation;
+        QList<ChatMessage> list;
+        list.reserve(messagesPerConversation);
+        for (int m = 1; m <= messagesPerConversation; ++m) {
+            ChatMessage message;
+            message.id = QStringLiteral("m-%1-%2").arg(c).arg(m);
+            message.clientID = QStringLiteral("cid-%1-%2").arg(c).arg(m);
+            message.conversationID = conversation.id;
+            message.seq = m;
+            message.authorID = m % 2 ? personID : userID;
+            message.text = text;
+            message.sentAt = start.addSecs(qint64(c) * 600 + m * 37);
+            message.revision = m;
+            if (m % 10 == 0)
+                message.reactions.append(Reaction{QStringLiteral("👍"), {userID}});
+            if (m % 25 == 0) {
+                message.replyToSeq = m - 1;
+                message.reply = QuotedMessage{m - 1, personID, QStringLiteral("Citazione"), false};
+            }
+            list.append(message);
+        }
+        conversation.lastSeq = messagesPerConversation;
+        conversation.lastMessage = list.last();
+        conversation.reads.insert(userID, messagesPerConversation);
+        conversation.reads.insert(personID, messagesPerConversation - 3);
+        conversation.delivered.insert(personID, messagesPerConversation);
+        state.conversations.insert(conversation.id, conversation);
+        state.messages.insert(conversation.id, list);
+        state.revisions.insert(conversation.id, messagesPerConversation);
+    }
+    return state;
+}
+
+qint64 threadCpuNanos() {
+    timespec ts{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+    return qint64(ts.tv_sec) * 1000000000 + ts.tv_nsec;
+}
+
+// Ticks every millisecond on the main thread and remembers the longest gap between two ticks,
+// both in wall-clock time and in the main thread's own CPU time. On a busy machine the wall gap
+// also holds time the thread merely waited for a core; the CPU gap is work done on the main thread
+// between two ticks, which is what would freeze the interface on an idle machine.
+class StallMeter {
+public:
+    StallMeter() {
+        timer_.setTimerType(Qt::PreciseTimer);
+        timer_.setInterval(1);
+        QObject::connect(&timer_, &QTimer::timeout, [this] { tick(); });
+    }
+    void start() {
+        wallMax_ = cpuMax_ = 0;
+        clock_.start();
+        cpuStart_ = cpuLast_ = threadCpuNanos();
+        timer_.start();
+    }
+    void stop() {
+        timer_.stop();
+        tick();
+        cpuTotal_ = cpuLast_ - cpuStart_;
+    }
+    double wallMaxMs() const { return wallMax_ / 1e6; }
+    double cpuMaxMs() const { return cpuMax_ / 1e6; }
+    double cpuTotalMs() const { return cpuTotal_ / 1e6; }
+
+private:
+    void tick() {
+        const qint64 cpu = threadCpuNanos();
+        wallMax_ = std::max(wallMax_, clock_.nsecsElapsed());
+        cpuMax_ = std::max(cpuMax_, cpu - cpuLast_);
+        clock_.restart();
+        cpuLast_ = cpu;
+    }
+
+    QTimer timer_;
+    QElapsedTimer clock_;
+    qint64 wallMax_ = 0, cpuMax_ = 0, cpuStart_ = 0, cpuLast_ = 0, cpuTotal_ = 0;
+};
+
+template <class Pred> void spinUntil(Pred done) {
+    while (!done())
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+}
+
+struct Fixture {
+    Fixture() {
+        store = std::make_unique<FileSessionStore>(dir.path() + QStringLiteral("/Brevio"));
+        state = bigState();
+        store->saveCredentials(
+            {QUrl(QStringLiteral("wss://chat.example.test/ws")), QStringLiteral("token"), userID});
+        store->saveState(state, userID);
+        store->flush();
+        fileBytes = QFileInfo(store->statePath(userID)).size();
+    }
+    QTemporaryDir dir;
+    std::unique_ptr<FileSessionStore> store;
+    ChatState state;
+    qint64 fileBytes = 0;
+};
+
+Fixture& fixture() {
+    static Fixture f;
+    return f;
+}
+
+void BM_RestoreToPublishedState(benchmark::State& bench) {
+    Fixture& f = fixture();
+    NoServer transport;
+    ManualClock clock;
+    StallMeter stalls;
+    double wallStall = 0, cpuStall = 0, mainCpu = 0, decode = 0;
+    for (auto _ : bench) {
+        ChatSession session(clock, transport, f.store.get(), ClientInfo{});
+        std::atomic<qint64> begin{0}, end{0};
+        QElapsedTimer elapsed;
+        elapsed.start();
+        stalls.start();
+        // Marks on the store's queue around the load: the read and decode time on that thread.
+        f.store->post([&] { begin = elapsed.nsecsElapsed(); });
+        session.restore();
+        f.store->post([&] { end = elapsed.nsecsElapsed(); });
+        spinUntil([&] { return session.state().conversations.size() == conversationCount; });
+        const double seconds = elapsed.nsecsElapsed() / 1e9;
+        stalls.stop();
+        wallStall = std::max(wallStall, stalls.wallMaxMs());
+        cpuStall = std::max(cpuStall, stalls.cpuMaxMs());
+        mainCpu = std::max(mainCpu, stalls.cpuTotalMs());
+        decode = std::max(decode, (end - begin) / 1e6);
+        bench.SetIterationTime(seconds);
+        if (session.state().messages.size() != conversationCount)
+            bench.SkipWithError("the restored state is incomplete");
+        bench.PauseTiming();
+        session.signOutNow(SignOutReason::sessionExpired, false); // keeps nothing running
+        f.store->saveCredentials(
+            {QUrl(QStringLiteral("wss://chat.example.test/ws")), QStringLiteral("token"), userID});
+        f.store->saveState(f.state, userID);
+        f.store->flush();
+        bench.ResumeTiming();
+    }
+    bench.counters["file_MB"] = f.fileBytes / 1e6;
+    bench.counters["store_read_decode_ms"] = decode;
+    bench.counters["main_cpu_total_ms"] = mainCpu;
+    bench.counters["main_max_gap_wall_ms"] = wallStall;
+    bench.counters["main_max_gap_cpu_ms"] = cpuStall;
+}
+
+void BM_SaveOnStoreThread(benchmark::State& bench) {
+    Fixture& f = fixture();
+    NoServer transport;
+    ManualClock clock;
+    StallMeter stalls;
+    ChatSession session(clock, transport, f.store.get(), ClientInfo{});
+    session.restore();
+    spinUntil([&] { return session.state().conversations.size() == conversationCount; });
+    double wallStall = 0, cpuStall = 0, mainCpu = 0, call = 0;
+    for (auto _ : bench) {
+        // Marks on the store's serial queue just before and after the save's own job.
+        std::atomic<qint64> begin{0}, end{0};
+        QElapsedTimer wall;
+        wall.start();
+        f.store->post([&] { begin = wall.nsecsElapsed(); });
+        stalls.start();
+        QElapsedTimer inCall;
+        inCall.start();
+        session.suspend(); // saves at once: trimmed copy here, encode and write on the store thread
+        call = std::max(call, inCall.nsecsElapsed() / 1e6);
+        f.store->post([&] { end = wall.nsecsElapsed(); });
+        spinUntil([&] { return end.load() != 0; });
+        stalls.stop();
+        wallStall = std::max(wallStall, stalls.wallMaxMs());
+        cpuStall = std::max(cpuStall, stalls.cpuMaxMs());
+        mainCpu = std::max(mainCpu, stalls.cpuTotalMs());
+        bench.SetIterationTime((end - begin) / 1e9);
+    }
+    bench.counters["file_MB"] = f.fileBytes / 1e6;
+    bench.counters["save_call_on_main_ms"] = call;
+    bench.counters["main_cpu_total_ms"] = mainCpu;
+    bench.counters["main_max_gap_wall_ms"] = wallStall;
+    bench.counters["main_max_gap_cpu_ms"] = cpuStall;
+    session.signOutNow(SignOutReason::sessionExpired, true);
+    f.store->flush();
+}
+
+// For comparison, the codec alone on the calling thread: what the store thread spends most of
+// its time on.
+void BM_EncodeStateJson(benchmark::State& bench) {
+    const ChatState& state = fixture().state;
+    std::size_t bytes = 0;
+    for (auto _ : bench) {
+        const std::string text = encodeChatState(state);
+        bytes = text.size();
+        benchmark::DoNotOptimize(text.data());
+    }
+    bench.SetBytesProcessed(qint64(bench.iterations()) * qint64(bytes));
+}
+
+void BM_DecodeStateJson(benchmark::State& bench) {
+    const std::string text = encodeChatState(fixture().state);
+    for (auto _ : bench) {
+        Decoded<ChatState> decoded = decodeChatState(text);
+        if (!decoded)
+            bench.SkipWithError("decode failed");
+        benchmark::DoNotOptimize(decoded.value->messages.size());
+    }
+    bench.SetBytesProcessed(qint64(bench.iterations()) * qint64(text.size()));
+}
+
+void BM_ParseJsonOnly(benchmark::State& bench) {
+    const std::string text = encodeChatState(fixture().state);
+    for (auto _ : bench) {
+        boost::json::value value = json::parse(text);
+        benchmark::DoNotOptimize(value.is_object());
+    }
+    bench.SetBytesProcessed(qint64(bench.iterations()) * qint64(text.size()));
+}
+
+BENCHMARK(BM_EncodeStateJson)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_DecodeStateJson)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_ParseJsonOnly)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_RestoreToPublishedState)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(5);
+BENCHMARK(BM_SaveOnStoreThread)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(5);
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
