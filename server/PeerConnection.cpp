@@ -8,10 +8,8 @@
 namespace brevio {
 
 // Hand-over point between the queue's waiter (any thread) and this object (its own thread).
-// Destroying the connection clears `target` under the lock, so a late waiter does nothing.
-struct PeerConnection::Mailbox {
-    std::mutex mutex;
-    PeerConnection* target = nullptr;
+// Destroying the connection clears `drain` under the lock, so a late waiter does nothing.
+struct PeerConnection::Mailbox : DrainScheduler::Entry {
     std::optional<ServerFrame> handed; // the element given to the waiter
     bool ended = false;                // the waiter was given the end mark
 };
@@ -45,12 +43,12 @@ QString addressOf(const QWebSocket& socket) {
 } // namespace
 
 PeerConnection::PeerConnection(QWebSocket* socket, LocalEndpoint& endpoint, FrameEncoder& encoder,
-                               QObject* parent)
+                               std::shared_ptr<DrainScheduler> scheduler, QObject* parent)
     : QObject(parent), socket_(socket), endpoint_(endpoint), encoder_(encoder),
-      mailbox_(std::make_shared<Mailbox>()) {
+      scheduler_(std::move(scheduler)), mailbox_(std::make_shared<Mailbox>()) {
     socket->setParent(this);
     socket->setMaxAllowedIncomingMessageSize(maxMessageSize);
-    mailbox_->target = this;
+    mailbox_->drain = [this] { drain(); };
     link_ = endpoint_.registerPeer(addressOf(*socket));
 
     connect(socket, &QWebSocket::textMessageReceived, this,
@@ -64,7 +62,7 @@ PeerConnection::PeerConnection(QWebSocket* socket, LocalEndpoint& endpoint, Fram
 PeerConnection::~PeerConnection() {
     {
         std::lock_guard lock(mailbox_->mutex);
-        mailbox_->target = nullptr;
+        mailbox_->drain = nullptr;
     }
     if (!peerDisconnected_)
         endpoint_.disconnectPeer(link_.peerID);
@@ -79,21 +77,22 @@ void PeerConnection::close(QWebSocketProtocol::CloseCode code, const QString& re
 
 void PeerConnection::arm() {
     std::weak_ptr<Mailbox> weak = mailbox_;
-    link_.frames->next([weak](std::optional<ServerFrame> frame) {
+    std::weak_ptr<DrainScheduler> scheduler = scheduler_;
+    link_.frames->next([weak, scheduler](std::optional<ServerFrame> frame) {
         const auto mailbox = weak.lock();
-        if (!mailbox)
+        const auto drains = scheduler.lock();
+        if (!mailbox || !drains)
             return;
-        std::lock_guard lock(mailbox->mutex);
-        if (!mailbox->target)
-            return;
-        if (frame)
-            mailbox->handed = std::move(frame);
-        else
-            mailbox->ended = true;
-        // Posting under the lock: the target cannot be destroyed in between, and a destroyed
-        // context object discards the posted call.
-        QMetaObject::invokeMethod(
-            mailbox->target, [target = mailbox->target] { target->drain(); }, Qt::QueuedConnection);
+        {
+            std::lock_guard lock(mailbox->mutex);
+            if (!mailbox->drain)
+                return;
+            if (frame)
+                mailbox->handed = std::move(frame);
+            else
+                mailbox->ended = true;
+        }
+        drains->schedule(mailbox);
     });
 }
 
@@ -130,8 +129,12 @@ void PeerConnection::send(const ServerFrame& frame) {
     if (!socket_ || closing_ || socket_->state() != QAbstractSocket::ConnectedState)
         return;
     socket_->sendTextMessage(encoder_.encode(frame));
-    if (socket_->bytesToWrite() > maxPendingOutput)
-        close(QWebSocketProtocol::CloseCodePolicyViolated, QStringLiteral("too slow"));
+    if (socket_->bytesToWrite() > maxPendingOutput) {
+        // A closing handshake would queue behind what the client is not reading: drop the
+        // connection instead, which frees its buffers at once.
+        closing_ = true;
+        socket_->abort();
+    }
 }
 
 void PeerConnection::receive(const QByteArray& utf8) {

@@ -12,12 +12,14 @@ struct ServerListener::PendingRequest {
 
 ServerListener::ServerListener(LocalEndpoint& endpoint, Clock& clock, QObject* parent)
     : QObject(parent), endpoint_(endpoint), clock_(clock),
-      webSockets_(QStringLiteral("brevio-server"), QWebSocketServer::NonSecureMode) {
+      webSockets_(QStringLiteral("brevio-server"), QWebSocketServer::NonSecureMode),
+      drains_(std::make_shared<DrainScheduler>(this)) {
     connect(&tcp_, &QTcpServer::newConnection, this, &ServerListener::accept);
     connect(&webSockets_, &QWebSocketServer::newConnection, this, &ServerListener::upgraded);
 }
 
 ServerListener::~ServerListener() {
+    drains_->detach();
     // Connections disconnect their peers from the server as they go.
     connections_.clear();
     for (auto& [socket, request] : pending_) {
@@ -109,7 +111,7 @@ void ServerListener::upgraded() {
             connect(socket, &QWebSocket::disconnected, socket, &QObject::deleteLater);
             continue;
         }
-        auto connection = std::make_unique<PeerConnection>(socket, endpoint_, encoder_);
+        auto connection = std::make_unique<PeerConnection>(socket, endpoint_, encoder_, drains_);
         PeerConnection* raw = connection.get();
         connect(raw, &PeerConnection::finished, this, [this, raw] { connectionFinished(raw); });
         connections_.emplace(raw, std::move(connection));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DrainScheduler.h"
 #include "FrameEncoder.h"
 #include "model/Clock.h"
 #include "transport/LocalEndpoint.h"
@@ -63,6 +64,7 @@ private:
     QTcpServer tcp_;
     QWebSocketServer webSockets_;
     FrameEncoder encoder_;
+    std::shared_ptr<DrainScheduler> drains_;
     std::map<QTcpSocket*, std::unique_ptr<PendingRequest>> pending_;
     std::map<PeerConnection*, std::unique_ptr<PeerConnection>> connections_;
     bool closing_ = false;

@@ -7,6 +7,7 @@
 #include "localserver/LocalServer.h"
 
 #include <QCoreApplication>
+#include <QThread>
 #include <QTimer>
 #include <csignal>
 #include <cstdio>
@@ -49,27 +50,42 @@ int main(int argc, char* argv[]) {
     serverOptions.minimumBuild = options.minimumBuild;
     serverOptions.autoReply = options.autoReply;
     serverOptions.inviteLifetime = options.inviteLifetime;
+    // The chat server runs on a thread of its own, so a sign-in (a deliberately slow hash) or a
+    // large broadcast never stalls the sockets; the listener and every socket stay on this thread.
+    // RealClock keeps no state: each side schedules its timers on its own thread.
     RealClock clock;
-    LocalServer server(serverOptions, clock, std::make_unique<Argon2idPasswordHasher>());
+    auto* server =
+        new LocalServer(serverOptions, clock, std::make_unique<Argon2idPasswordHasher>());
     if (options.seed == ServerOptions::Seed::demo)
-        server.seedDemo();
+        server->seedDemo();
+    QThread serverThread;
+    serverThread.setObjectName(QStringLiteral("chat server"));
+    server->moveToThread(&serverThread);
+    QObject::connect(&serverThread, &QThread::finished, server, &QObject::deleteLater);
+    serverThread.start();
+    const auto stopServer = [&] {
+        serverThread.quit();
+        serverThread.wait();
+    };
 
-    ServerListener listener(server, clock);
+    auto listener = std::make_unique<ServerListener>(*server, clock);
     const QHostAddress address = options.host == QStringLiteral("localhost")
                                      ? QHostAddress(QHostAddress::LocalHost)
                                      : QHostAddress(options.host);
-    if (!listener.listen(address, options.port)) {
+    if (!listener->listen(address, options.port)) {
         printLine(QStringLiteral("brevio-server: cannot listen on %1:%2: %3")
                       .arg(options.host)
                       .arg(options.port)
-                      .arg(listener.errorString()),
+                      .arg(listener->errorString()),
                   stderr);
+        listener.reset();
+        stopServer();
         return 1;
     }
 
-    printLine(options.url(listener.port()));
+    printLine(options.url(listener->port()));
     if (options.seed == ServerOptions::Seed::demo) {
-        for (const auto& account : server.seededAccounts())
+        for (const auto& account : server->seededAccounts())
             printLine(QStringLiteral("%1 %2 %3")
                           .arg(account.email, toString(account.role),
                                QLatin1String(LocalServer::demoPassword)));
@@ -77,11 +93,15 @@ int main(int argc, char* argv[]) {
     std::fflush(stdout);
 
     QObject::connect(&signalWatcher, &SignalWatcher::received, &app, [&] {
-        listener.closeAll();
+        listener->closeAll();
         QTimer::singleShot(shutdownGraceMs, &app, [] { QCoreApplication::exit(0); });
     });
-    QObject::connect(&listener, &ServerListener::allClosed, &app,
+    QObject::connect(listener.get(), &ServerListener::allClosed, &app,
                      [] { QCoreApplication::exit(0); });
 
-    return app.exec();
+    const int code = app.exec();
+    // The connections leave the server before it stops.
+    listener.reset();
+    stopServer();
+    return code;
 }

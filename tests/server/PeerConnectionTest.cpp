@@ -5,6 +5,7 @@
 #include "ServerListener.h"
 #include "WsTestClient.h"
 
+#include <QTcpSocket>
 #include <gtest/gtest.h>
 #include <mutex>
 #include <thread>
@@ -112,6 +113,40 @@ TEST_F(PeerConnectionTest, FramesFromAnotherThreadArriveInOrderThenTheEndClosesN
     ASSERT_EQ(client->frames.size(), std::size_t(count));
     for (int i = 0; i < count; ++i)
         EXPECT_EQ(client->frames[i], typing(i)) << i;
+}
+
+TEST_F(PeerConnectionTest, AClientThatStopsReadingIsCutOffInsteadOfBufferedWithoutBound) {
+    // A raw client that completes the handshake and then never reads again.
+    QTcpSocket stalled;
+    stalled.setReadBufferSize(64 * 1024);
+    stalled.connectToHost(QHostAddress::LocalHost, listener.port());
+    ASSERT_TRUE(waitFor([&] { return stalled.state() == QAbstractSocket::ConnectedState; }));
+    stalled.write("GET /ws HTTP/1.1\r\nHost: 127.0.0.1\r\nUpgrade: websocket\r\n"
+                  "Connection: Upgrade\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n"
+                  "Sec-WebSocket-Version: 13\r\n\r\n");
+    ASSERT_TRUE(waitFor([&] { return peerCount() == 1; }));
+    auto healthy = connected();
+
+    // Far more than the kernel buffers and the allowed backlog together.
+    const QString bulky(4096, u'x');
+    const qint64 total = 8 * PeerConnection::maxPendingOutput;
+    for (qint64 sent = 0; sent < total; sent += bulky.size()) {
+        endpoint.queues[0]->push(
+            ServerFrame::typing(TypingEvent{bulky, QStringLiteral("u"), true}));
+        QCoreApplication::processEvents();
+    }
+    EXPECT_TRUE(waitFor([&] {
+        std::lock_guard lock(endpoint.mutex);
+        return endpoint.disconnected == std::vector<qint64>{1};
+    }));
+    EXPECT_TRUE(waitFor([&] { return listener.connectionCount() == 1; }));
+
+    // The other connection is untouched.
+    const ServerFrame event = ServerFrame::presence(PresenceEvent{QStringLiteral("u-2"), true});
+    endpoint.queues[1]->push(event);
+    ASSERT_TRUE(waitFor([&] { return healthy->frames.size() == 1; }));
+    EXPECT_EQ(healthy->frames[0], event);
+    EXPECT_FALSE(healthy->closed);
 }
 
 TEST_F(PeerConnectionTest, BroadcastCopiesAreEncodedOnce) {
