@@ -80,19 +80,4 @@ TEST(FrameEncoderTest, ABacklogReplayedByTheNextMemberIsNotEncodedAgain) {
     EXPECT_EQ(encoder.misses(), backlog.size());
 }
 
-TEST(FrameEncoderTest, RepliesAreNeverTakenFromMemory) {
-    FrameEncoder encoder;
-    const ServerFrame reply =
-        ServerFrame::ok(OKReply{QStringLiteral("r-1"), std::nullopt, std::nullopt});
-    encoder.encode(reply);
-    encoder.encode(reply);
-    EXPECT_EQ(encoder.hits(), 0u);
-
-    const ServerFrame event = messageEvent(1, QStringLiteral("x"));
-    encoder.encode(event);
-    encoder.encode(event);
-    EXPECT_EQ(encoder.hits(), 1u);
-    EXPECT_EQ(encoder.misses(), 1u);
-}
-
 } // namespace

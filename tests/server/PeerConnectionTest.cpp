@@ -149,17 +149,4 @@ TEST_F(PeerConnectionTest, AClientThatStopsReadingIsCutOffInsteadOfBufferedWitho
     EXPECT_FALSE(healthy->closed);
 }
 
-TEST_F(PeerConnectionTest, BroadcastCopiesAreEncodedOnce) {
-    auto first = connected();
-    auto second = connected();
-    const ServerFrame event = ServerFrame::presence(PresenceEvent{QStringLiteral("u-9"), true});
-    const std::size_t missesBefore = listener.encoder().misses();
-    for (const auto& queue : endpoint.queues)
-        queue->push(event);
-    ASSERT_TRUE(waitFor([&] { return first->frames.size() == 1 && second->frames.size() == 1; }));
-    EXPECT_EQ(first->frames[0], event);
-    EXPECT_EQ(second->frames[0], event);
-    EXPECT_EQ(listener.encoder().misses() - missesBefore, 1u);
-}
-
 } // namespace

@@ -253,31 +253,6 @@ TEST_F(ServerListenerTest, SilentConnectionIsDroppedAfterTheRequestTimeout) {
     EXPECT_TRUE(waitFor([&] { return silent.state() == QAbstractSocket::UnconnectedState; }));
 }
 
-TEST_F(ServerListenerTest, ManyFramesArriveInOrder) {
-    Welcome welcome;
-    auto client = signedIn(clients[0], &welcome);
-    const QString conversationID = directConversation(welcome);
-    // More replies than one drain pass sends, all queued before the client reads any.
-    constexpr int count = 600;
-    for (int i = 0; i < count; ++i)
-        client->send(sendFrame(QStringLiteral("m-%1").arg(i), conversationID,
-                               QStringLiteral("n. %1").arg(i)));
-    ASSERT_TRUE(waitFor([&] {
-        return std::count_if(
-                   client->frames.begin(), client->frames.end(),
-                   [](const ServerFrame& f) { return f.type == ServerFrame::Type::ack; }) == count;
-    }));
-    qint64 lastSeq = 0;
-    int expected = 0;
-    for (const auto& frame : client->frames) {
-        if (const Ack* ack = frame.as<Ack>()) {
-            EXPECT_EQ(ack->replyTo, QStringLiteral("m-%1").arg(expected++));
-            EXPECT_GT(ack->message.seq, lastSeq);
-            lastSeq = ack->message.seq;
-        }
-    }
-}
-
 TEST_F(ServerListenerTest, CloseAllEndsEveryConnectionNormally) {
     auto first = signedIn(clients[0]);
     auto second = signedIn(*staff);
