@@ -63,6 +63,8 @@ void FakeConnection::close() {
     if (closed)
         return;
     closed = true;
+    if (lateCloseNews)
+        return;
     if (auto waiter = std::exchange(waiter_, nullptr))
         later([waiter] { waiter(std::unexpected(ChatError::notConnected())); });
     for (auto& held : std::exchange(heldPings_, {}))

@@ -37,6 +37,9 @@ public:
     bool answerPings = true;
     // When true, sends never complete (a connection that takes nothing any more).
     bool holdSends = false;
+    // When true, close() leaves a pending receive waiting until fail(): the news of a closed
+    // socket can arrive late.
+    bool lateCloseNews = false;
     int pings = 0;
     bool closed = false;
 

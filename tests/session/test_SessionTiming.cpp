@@ -314,7 +314,8 @@ TEST(SessionGenerations, AReplacedConnectionsFailureChangesNothing) {
     SessionHarness h;
     h.signIn();
     const std::shared_ptr<FakeConnection> first = h.transport.connections.back();
-    // A second sign-in replaces the connection; the first one's receive then fails.
+    first->lateCloseNews = true;
+    // A second sign-in replaces the connection; the first one's receive fails only afterwards.
     h.signIn();
     ASSERT_EQ(h.transport.connections.size(), 2u);
     EXPECT_TRUE(first->closed);
