@@ -135,11 +135,25 @@ void FileSessionStore::deleteCredentials() {
 }
 
 std::optional<ChatState> FileSessionStore::readState(const QString& userID) const {
-    auto data = readFile(statePath(userID));
-    if (!data)
+    // A saved state runs to tens of megabytes: decode straight from the mapped file instead of
+    // copying it into memory first.
+    QFile file(statePath(userID));
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    const qint64 size = file.size();
+    if (size == 0)
+        return std::nullopt;
+    if (const uchar* mapped = file.map(0, size)) {
+        Decoded<ChatState> decoded = decodeChatState(
+            std::string_view(reinterpret_cast<const char*>(mapped), static_cast<size_t>(size)));
+        file.unmap(const_cast<uchar*>(mapped));
+        return std::move(decoded.value);
+    }
+    const QByteArray data = file.readAll();
+    if (file.error() != QFileDevice::NoError)
         return std::nullopt;
     Decoded<ChatState> decoded =
-        decodeChatState(std::string_view(data->constData(), static_cast<size_t>(data->size())));
+        decodeChatState(std::string_view(data.constData(), static_cast<size_t>(data.size())));
     return std::move(decoded.value);
 }
 
