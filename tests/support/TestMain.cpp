@@ -3,7 +3,9 @@
 
 // Under LeakSanitizer: the system TLS library keeps allocations for the life of the process once
 // Qt's network backend has loaded it. They are not ours to free.
-extern "C" const char* __lsan_default_suppressions() { return "leak:libcrypto.so\n"; }
+extern "C" const char* __lsan_default_suppressions() {
+    return "leak:libcrypto.so\n";
+}
 
 // Every test program gets a QCoreApplication, so code that needs an event loop (sockets, queued
 // calls, the real clock) works the same way it does in the application.
