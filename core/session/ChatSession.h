@@ -171,6 +171,8 @@ Q_SIGNALS:
     void loadingHistoryChanged();
 
 private:
+    static std::expected<void, ChatError> applyChangeReply(const QPointer<ChatSession>& self,
+                                                           const ServerFrame& frame);
     struct OutgoingFrame {
         ClientFrame frame;
         std::function<void(std::expected<void, ChatError>)> sent; // optional

@@ -125,43 +125,38 @@ bool ChatSession::discardPending(const QString& clientID) {
     return true;
 }
 
+// The reply to an edit, delete or reaction: "ok", usually carrying the changed message, which is
+// merged at once so the change shows before the broadcast arrives.
+std::expected<void, ChatError> ChatSession::applyChangeReply(const QPointer<ChatSession>& self,
+                                                             const ServerFrame& frame) {
+    const ChatMessage* message = nullptr;
+    if (const auto* ok = frame.as<OKReply>(); ok && ok->message)
+        message = &*ok->message;
+    else if (frame.type == ServerFrame::Type::messageUpdated)
+        message = &frame.as<MessageEvent>()->message;
+    else if (frame.type != ServerFrame::Type::ok)
+        return std::unexpected(ChatError::unexpectedReply());
+    if (message && self) {
+        self->state_.applyUpdate(*message);
+        self->publishState();
+        self->scheduleSave();
+    }
+    return {};
+}
+
 void ChatSession::edit(const QString& conversationID, qint64 seq, const QString& text,
                        Done<void> done) {
     const QString id = SystemRandom::uuid();
     QPointer<ChatSession> self(this);
     ask<void>(ClientFrame::edit({id, conversationID, seq, text}), id, std::move(done),
-              [self](const ServerFrame& frame) -> std::expected<void, ChatError> {
-                  const ChatMessage* message = nullptr;
-                  if (const auto* ok = frame.as<OKReply>(); ok && ok->message)
-                      message = &*ok->message;
-                  else if (frame.type == ServerFrame::Type::messageUpdated)
-                      message = &frame.as<MessageEvent>()->message;
-                  else if (frame.type != ServerFrame::Type::ok)
-                      return std::unexpected(ChatError::unexpectedReply());
-                  if (message && self) {
-                      self->state_.applyUpdate(*message);
-                      self->publishState();
-                      self->scheduleSave();
-                  }
-                  return {};
-              });
+              [self](const ServerFrame& frame) { return applyChangeReply(self, frame); });
 }
 
 void ChatSession::deleteMessage(const QString& conversationID, qint64 seq, Done<void> done) {
     const QString id = SystemRandom::uuid();
     QPointer<ChatSession> self(this);
     ask<void>(ClientFrame::remove({id, conversationID, seq}), id, std::move(done),
-              [self](const ServerFrame& frame) -> std::expected<void, ChatError> {
-                  const auto* ok = frame.as<OKReply>();
-                  if (!ok)
-                      return std::unexpected(ChatError::unexpectedReply());
-                  if (ok->message && self) {
-                      self->state_.applyUpdate(*ok->message);
-                      self->publishState();
-                      self->scheduleSave();
-                  }
-                  return {};
-              });
+              [self](const ServerFrame& frame) { return applyChangeReply(self, frame); });
 }
 
 void ChatSession::react(const QString& conversationID, qint64 seq, std::optional<QString> emoji,
@@ -169,17 +164,7 @@ void ChatSession::react(const QString& conversationID, qint64 seq, std::optional
     const QString id = SystemRandom::uuid();
     QPointer<ChatSession> self(this);
     ask<void>(ClientFrame::react({id, conversationID, seq, std::move(emoji)}), id, std::move(done),
-              [self](const ServerFrame& frame) -> std::expected<void, ChatError> {
-                  const auto* ok = frame.as<OKReply>();
-                  if (!ok)
-                      return std::unexpected(ChatError::unexpectedReply());
-                  if (ok->message && self) {
-                      self->state_.applyUpdate(*ok->message);
-                      self->publishState();
-                      self->scheduleSave();
-                  }
-                  return {};
-              });
+              [self](const ServerFrame& frame) { return applyChangeReply(self, frame); });
 }
 
 // ---- History and changes ------------------------------------------------------------------------
