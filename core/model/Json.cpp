@@ -6,6 +6,7 @@
 #include <boost/json/monotonic_resource.hpp>
 #include <boost/json/parser.hpp>
 #include <boost/json/serializer.hpp>
+#include <charconv>
 #include <limits>
 #include <memory>
 
@@ -345,19 +346,205 @@ const js::value& Parser::parse(std::string_view text) {
     return *d->value;
 }
 
+// ---- Text written directly --------------------------------------------------------------------
+
+void TextWriter::string(QStringView text) {
+    const char16_t* p = text.utf16();
+    const qsizetype n = text.size();
+    const std::size_t start = out_.size();
+    // Room for the worst case (an escape is 6 bytes per UTF-16 unit), trimmed to what was written.
+    out_.resize_and_overwrite(start + 2 + 6 * std::size_t(n), [&](char* buffer, std::size_t) {
+        static constexpr char hex[] = "0123456789abcdef";
+        auto* o = reinterpret_cast<unsigned char*>(buffer + start);
+        *o++ = '"';
+        for (qsizetype i = 0; i < n; ++i) {
+            char32_t c = p[i];
+            if (c < 0x80) {
+                if (c >= 0x20 && c != '"' && c != '\\') {
+                    *o++ = static_cast<unsigned char>(c);
+                    continue;
+                }
+                *o++ = '\\';
+                switch (c) {
+                case '"': *o++ = '"'; break;
+                case '\\': *o++ = '\\'; break;
+                case '\b': *o++ = 'b'; break;
+                case '\f': *o++ = 'f'; break;
+                case '\n': *o++ = 'n'; break;
+                case '\r': *o++ = 'r'; break;
+                case '\t': *o++ = 't'; break;
+                default:
+                    *o++ = 'u';
+                    *o++ = '0';
+                    *o++ = '0';
+                    *o++ = static_cast<unsigned char>(hex[c >> 4]);
+                    *o++ = static_cast<unsigned char>(hex[c & 0xF]);
+                }
+            } else if (c < 0x800) {
+                *o++ = static_cast<unsigned char>(0xC0 | (c >> 6));
+                *o++ = static_cast<unsigned char>(0x80 | (c & 0x3F));
+            } else {
+                if (QChar::isSurrogate(c)) {
+                    if (QChar::isHighSurrogate(c) && i + 1 < n && QChar::isLowSurrogate(p[i + 1]))
+                        c = QChar::surrogateToUcs4(char16_t(c), p[++i]);
+                    else
+                        c = QChar::ReplacementCharacter;
+                }
+                if (c >= 0x10000) {
+                    *o++ = static_cast<unsigned char>(0xF0 | (c >> 18));
+                    *o++ = static_cast<unsigned char>(0x80 | ((c >> 12) & 0x3F));
+                } else {
+                    *o++ = static_cast<unsigned char>(0xE0 | (c >> 12));
+                }
+                *o++ = static_cast<unsigned char>(0x80 | ((c >> 6) & 0x3F));
+                *o++ = static_cast<unsigned char>(0x80 | (c & 0x3F));
+            }
+        }
+        *o++ = '"';
+        return std::size_t(reinterpret_cast<char*>(o) - buffer);
+    });
+}
+
+void TextWriter::number(qint64 n) {
+    char text[24];
+    const auto end = std::to_chars(text, text + sizeof text, n).ptr;
+    out_.append(text, std::size_t(end - text));
+}
+
+void TextWriter::date(const QDateTime& date) {
+    char text[WireCoding::encodedDateLength + 2];
+    text[0] = '"';
+    WireCoding::encodeDateTo(date, text + 1);
+    text[sizeof text - 1] = '"';
+    out_.append(text, sizeof text);
+}
+
+namespace {
+
+void writeValue(TextWriter& out, const QString& v) {
+    out.string(v);
+}
+void writeValue(TextWriter& out, const QDateTime& v) {
+    out.date(v);
+}
+void writeValue(TextWriter& out, qint64 v) {
+    out.number(v);
+}
+void writeValue(TextWriter& out, bool v) {
+    out.boolean(v);
+}
+void writeValue(TextWriter& out, Role v) {
+    out.string(toString(v));
+}
+void writeValue(TextWriter& out, ConversationKind v) {
+    out.string(toString(v));
+}
+void writeValue(TextWriter& out, const SeqMarks& v) {
+    out.raw("{");
+    for (auto it = v.cbegin(); it != v.cend(); ++it) {
+        if (it != v.cbegin())
+            out.raw(",");
+        out.string(it.key());
+        out.raw(":");
+        out.number(it.value());
+    }
+    out.raw("}");
+}
+template <class T> void writeValue(TextWriter& out, const T& record) {
+    write(out, record);
+}
+template <class T> void writeValue(TextWriter& out, const QList<T>& list) {
+    out.raw("[");
+    for (qsizetype i = 0; i < list.size(); ++i) {
+        if (i > 0)
+            out.raw(",");
+        writeValue(out, list[i]);
+    }
+    out.raw("]");
+}
+
+// Each record lists its fields once, in FieldList<Record> below; these are the two ways of
+// reading such a list.
+
+// Into a value: put() each field.
+struct ValueFields {
+    js::object& object;
+    template <class T> void operator()(std::string_view key, const T& v) { put(object, key, v); }
+};
+
+// Into text, in the same order; an absent optional writes nothing, as put() does.
+class TextFields {
+public:
+    explicit TextFields(TextWriter& out) : out_(out) {}
+
+    template <class T> void operator()(std::string_view key, const T& v) {
+        out_.raw(first_ ? "{\"" : ",\"");
+        first_ = false;
+        out_.raw(key);
+        out_.raw("\":");
+        writeValue(out_, v);
+    }
+    template <class T> void operator()(std::string_view key, const std::optional<T>& v) {
+        if (v)
+            (*this)(key, *v);
+    }
+    void close() { out_.raw(first_ ? "{}" : "}"); }
+
+private:
+    TextWriter& out_;
+    bool first_ = true;
+};
+
+struct FieldCount {
+    std::size_t n = 0;
+    template <class T> void operator()(std::string_view, const T&) { ++n; }
+};
+
+} // namespace
+
+// Specialised below for every record: its fields in the order they are written.
+template <class Record> struct FieldList;
+
+namespace {
+
+template <class Record> js::value encodeRecord(const Record& v, storage_ptr sp) {
+    FieldCount count;
+    FieldList<Record>::fields(count, v);
+    js::object o(std::move(sp));
+    o.reserve(count.n);
+    ValueFields out{o};
+    FieldList<Record>::fields(out, v);
+    return o;
+}
+
+template <class Record> void writeRecord(TextWriter& out, const Record& v) {
+    TextFields f(out);
+    FieldList<Record>::fields(f, v);
+    f.close();
+}
+
+} // namespace
+
 // ---- Records ---------------------------------------------------------------------------------
 
+template <> struct FieldList<User> {
+    template <class Out> static void fields(Out& out, const User& v) {
+        out("id", v.id);
+        out("name", v.name);
+        out("email", v.email);
+        out("role", v.role);
+        out("clientID", v.clientID);
+        out("isAdmin", v.isAdmin);
+        out("avatar", v.avatar);
+    }
+};
+
 js::value encode(const User& v, storage_ptr sp) {
-    js::object o(std::move(sp));
-    o.reserve(7);
-    put(o, "id", v.id);
-    put(o, "name", v.name);
-    put(o, "email", v.email);
-    put(o, "role", v.role);
-    put(o, "clientID", v.clientID);
-    put(o, "isAdmin", v.isAdmin);
-    put(o, "avatar", v.avatar);
-    return o;
+    return encodeRecord(v, std::move(sp));
+}
+
+void write(TextWriter& out, const User& v) {
+    writeRecord(out, v);
 }
 
 template <> User decode<User>(const js::value& v) {
@@ -373,14 +560,21 @@ template <> User decode<User>(const js::value& v) {
     return u;
 }
 
+template <> struct FieldList<ClientCompany> {
+    template <class Out> static void fields(Out& out, const ClientCompany& v) {
+        out("id", v.id);
+        out("name", v.name);
+        out("notes", v.notes);
+        out("createdAt", v.createdAt);
+    }
+};
+
 js::value encode(const ClientCompany& v, storage_ptr sp) {
-    js::object o(std::move(sp));
-    o.reserve(4);
-    put(o, "id", v.id);
-    put(o, "name", v.name);
-    put(o, "notes", v.notes);
-    put(o, "createdAt", v.createdAt);
-    return o;
+    return encodeRecord(v, std::move(sp));
+}
+
+void write(TextWriter& out, const ClientCompany& v) {
+    writeRecord(out, v);
 }
 
 template <> ClientCompany decode<ClientCompany>(const js::value& v) {
@@ -393,14 +587,21 @@ template <> ClientCompany decode<ClientCompany>(const js::value& v) {
     return c;
 }
 
+template <> struct FieldList<QuotedMessage> {
+    template <class Out> static void fields(Out& out, const QuotedMessage& v) {
+        out("seq", v.seq);
+        out("authorID", v.authorID);
+        out("text", v.text);
+        out("deleted", v.deleted);
+    }
+};
+
 js::value encode(const QuotedMessage& v, storage_ptr sp) {
-    js::object o(std::move(sp));
-    o.reserve(4);
-    put(o, "seq", v.seq);
-    put(o, "authorID", v.authorID);
-    put(o, "text", v.text);
-    put(o, "deleted", v.deleted);
-    return o;
+    return encodeRecord(v, std::move(sp));
+}
+
+void write(TextWriter& out, const QuotedMessage& v) {
+    writeRecord(out, v);
 }
 
 template <> QuotedMessage decode<QuotedMessage>(const js::value& v) {
@@ -413,12 +614,19 @@ template <> QuotedMessage decode<QuotedMessage>(const js::value& v) {
     return q;
 }
 
+template <> struct FieldList<Reaction> {
+    template <class Out> static void fields(Out& out, const Reaction& v) {
+        out("emoji", v.emoji);
+        out("userIDs", v.userIDs);
+    }
+};
+
 js::value encode(const Reaction& v, storage_ptr sp) {
-    js::object o(std::move(sp));
-    o.reserve(2);
-    put(o, "emoji", v.emoji);
-    put(o, "userIDs", v.userIDs);
-    return o;
+    return encodeRecord(v, std::move(sp));
+}
+
+void write(TextWriter& out, const Reaction& v) {
+    writeRecord(out, v);
 }
 
 template <> Reaction decode<Reaction>(const js::value& v) {
@@ -429,23 +637,30 @@ template <> Reaction decode<Reaction>(const js::value& v) {
     return r;
 }
 
+template <> struct FieldList<ChatMessage> {
+    template <class Out> static void fields(Out& out, const ChatMessage& v) {
+        out("id", v.id);
+        out("clientID", v.clientID);
+        out("conversationID", v.conversationID);
+        out("seq", v.seq);
+        out("authorID", v.authorID);
+        out("text", v.text);
+        out("sentAt", v.sentAt);
+        out("replyToSeq", v.replyToSeq);
+        out("reply", v.reply);
+        out("editedAt", v.editedAt);
+        out("deletedAt", v.deletedAt);
+        out("reactions", v.reactions);
+        out("revision", v.revision);
+    }
+};
+
 js::value encode(const ChatMessage& v, storage_ptr sp) {
-    js::object o(std::move(sp));
-    o.reserve(13);
-    put(o, "id", v.id);
-    put(o, "clientID", v.clientID);
-    put(o, "conversationID", v.conversationID);
-    put(o, "seq", v.seq);
-    put(o, "authorID", v.authorID);
-    put(o, "text", v.text);
-    put(o, "sentAt", v.sentAt);
-    put(o, "replyToSeq", v.replyToSeq);
-    put(o, "reply", v.reply);
-    put(o, "editedAt", v.editedAt);
-    put(o, "deletedAt", v.deletedAt);
-    put(o, "reactions", v.reactions);
-    put(o, "revision", v.revision);
-    return o;
+    return encodeRecord(v, std::move(sp));
+}
+
+void write(TextWriter& out, const ChatMessage& v) {
+    writeRecord(out, v);
 }
 
 template <> ChatMessage decode<ChatMessage>(const js::value& v) {
@@ -467,20 +682,27 @@ template <> ChatMessage decode<ChatMessage>(const js::value& v) {
     return m;
 }
 
+template <> struct FieldList<Conversation> {
+    template <class Out> static void fields(Out& out, const Conversation& v) {
+        out("id", v.id);
+        out("kind", v.kind);
+        out("clientID", v.clientID);
+        out("title", v.title);
+        out("memberIDs", v.memberIDs);
+        out("lastSeq", v.lastSeq);
+        out("lastMessage", v.lastMessage);
+        out("reads", v.reads);
+        out("delivered", v.delivered);
+        out("revision", v.revision);
+    }
+};
+
 js::value encode(const Conversation& v, storage_ptr sp) {
-    js::object o(std::move(sp));
-    o.reserve(10);
-    put(o, "id", v.id);
-    put(o, "kind", v.kind);
-    put(o, "clientID", v.clientID);
-    put(o, "title", v.title);
-    put(o, "memberIDs", v.memberIDs);
-    put(o, "lastSeq", v.lastSeq);
-    put(o, "lastMessage", v.lastMessage);
-    put(o, "reads", v.reads);
-    put(o, "delivered", v.delivered);
-    put(o, "revision", v.revision);
-    return o;
+    return encodeRecord(v, std::move(sp));
+}
+
+void write(TextWriter& out, const Conversation& v) {
+    writeRecord(out, v);
 }
 
 template <> Conversation decode<Conversation>(const js::value& v) {
@@ -500,13 +722,20 @@ template <> Conversation decode<Conversation>(const js::value& v) {
     return c;
 }
 
+template <> struct FieldList<ReceiptEntry> {
+    template <class Out> static void fields(Out& out, const ReceiptEntry& v) {
+        out("userID", v.userID);
+        out("deliveredAt", v.deliveredAt);
+        out("readAt", v.readAt);
+    }
+};
+
 js::value encode(const ReceiptEntry& v, storage_ptr sp) {
-    js::object o(std::move(sp));
-    o.reserve(3);
-    put(o, "userID", v.userID);
-    put(o, "deliveredAt", v.deliveredAt);
-    put(o, "readAt", v.readAt);
-    return o;
+    return encodeRecord(v, std::move(sp));
+}
+
+void write(TextWriter& out, const ReceiptEntry& v) {
+    writeRecord(out, v);
 }
 
 template <> ReceiptEntry decode<ReceiptEntry>(const js::value& v) {
@@ -518,16 +747,23 @@ template <> ReceiptEntry decode<ReceiptEntry>(const js::value& v) {
     return r;
 }
 
+template <> struct FieldList<PendingMessage> {
+    template <class Out> static void fields(Out& out, const PendingMessage& v) {
+        out("clientID", v.clientID);
+        out("conversationID", v.conversationID);
+        out("text", v.text);
+        out("createdAt", v.createdAt);
+        out("failure", v.failure);
+        out("replyToSeq", v.replyToSeq);
+    }
+};
+
 js::value encode(const PendingMessage& v, storage_ptr sp) {
-    js::object o(std::move(sp));
-    o.reserve(6);
-    put(o, "clientID", v.clientID);
-    put(o, "conversationID", v.conversationID);
-    put(o, "text", v.text);
-    put(o, "createdAt", v.createdAt);
-    put(o, "failure", v.failure);
-    put(o, "replyToSeq", v.replyToSeq);
-    return o;
+    return encodeRecord(v, std::move(sp));
+}
+
+void write(TextWriter& out, const PendingMessage& v) {
+    writeRecord(out, v);
 }
 
 template <> PendingMessage decode<PendingMessage>(const js::value& v) {
@@ -542,15 +778,22 @@ template <> PendingMessage decode<PendingMessage>(const js::value& v) {
     return p;
 }
 
+template <> struct FieldList<Invite> {
+    template <class Out> static void fields(Out& out, const Invite& v) {
+        out("code", v.code);
+        out("clientID", v.clientID);
+        out("name", v.name);
+        out("email", v.email);
+        out("expiresAt", v.expiresAt);
+    }
+};
+
 js::value encode(const Invite& v, storage_ptr sp) {
-    js::object o(std::move(sp));
-    o.reserve(5);
-    put(o, "code", v.code);
-    put(o, "clientID", v.clientID);
-    put(o, "name", v.name);
-    put(o, "email", v.email);
-    put(o, "expiresAt", v.expiresAt);
-    return o;
+    return encodeRecord(v, std::move(sp));
+}
+
+void write(TextWriter& out, const Invite& v) {
+    writeRecord(out, v);
 }
 
 template <> Invite decode<Invite>(const js::value& v) {

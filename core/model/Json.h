@@ -58,6 +58,36 @@ boost::json::value encode(const ReceiptEntry& v, storage_ptr sp = {});
 boost::json::value encode(const PendingMessage& v, storage_ptr sp = {});
 boost::json::value encode(const Invite& v, storage_ptr sp = {});
 
+// The same forms written as text straight into a buffer, with no value built on the way: for
+// documents too large for a value tree (the saved state). The text is byte for byte what
+// serialize(encode(v)) gives.
+class TextWriter {
+public:
+    explicit TextWriter(std::string& out) : out_(out) {}
+
+    void raw(std::string_view text) { out_.append(text); }
+    // UTF-16 to escaped UTF-8; a lone surrogate becomes U+FFFD, as in toJsonString.
+    void string(QStringView text);
+    void number(qint64 n);
+    void boolean(bool b) { raw(b ? std::string_view("true") : std::string_view("false")); }
+    void date(const QDateTime& date);
+
+    std::string& buffer() { return out_; }
+
+private:
+    std::string& out_;
+};
+
+void write(TextWriter& out, const User& v);
+void write(TextWriter& out, const ClientCompany& v);
+void write(TextWriter& out, const QuotedMessage& v);
+void write(TextWriter& out, const Reaction& v);
+void write(TextWriter& out, const ChatMessage& v);
+void write(TextWriter& out, const Conversation& v);
+void write(TextWriter& out, const ReceiptEntry& v);
+void write(TextWriter& out, const PendingMessage& v);
+void write(TextWriter& out, const Invite& v);
+
 // decode<T>(value) throws DecodeError. Specialised for every record above.
 template <class T> T decode(const boost::json::value& v);
 template <> User decode<User>(const boost::json::value& v);

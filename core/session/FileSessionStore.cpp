@@ -97,11 +97,12 @@ bool FileSessionStore::ensureDirectory() const {
     return QFile::setPermissions(directory_, folderPermissions);
 }
 
-bool FileSessionStore::writeFile(const QString& path, QByteArrayView data) const {
+bool FileSessionStore::writeFile(const QString& path, const FileWriter& produce) const {
     if (!ensureDirectory())
         return false;
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
+    // Unbuffered: the parts are already large, another copy through a small buffer gains nothing.
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return false;
     // Narrow the temporary file before any byte goes in; the rename keeps the mode, so the file is
     // never visible with wider rights.
@@ -109,7 +110,11 @@ bool FileSessionStore::writeFile(const QString& path, QByteArrayView data) const
         file.cancelWriting();
         return false;
     }
-    if (file.write(data.data(), data.size()) != data.size()) {
+    const bool written = produce([&](std::string_view part) {
+        const auto size = static_cast<qint64>(part.size());
+        return file.write(part.data(), size) == size;
+    });
+    if (!written) {
         file.cancelWriting();
         return false;
     }
@@ -127,7 +132,10 @@ std::optional<SessionCredentials> FileSessionStore::loadCredentials() {
 }
 
 void FileSessionStore::saveCredentials(const SessionCredentials& credentials) {
-    runSync([&] { writeFile(credentialsPath(), QByteArray::fromStdString(credentials.toJson())); });
+    runSync([&] {
+        const std::string text = credentials.toJson();
+        writeFile(credentialsPath(), [&](const TextSink& sink) { return sink(text); });
+    });
 }
 
 void FileSessionStore::deleteCredentials() {
@@ -174,12 +182,11 @@ void FileSessionStore::loadStateAsync(const QString& userID, StateLoaded done) {
 
 void FileSessionStore::saveState(ChatState state, const QString& userID) {
     // The copy is cheap (shared containers); encoding it is not, so that happens on the store
-    // thread, and so does the release of the copy.
+    // thread, part by part straight into the file, and so does the release of the copy.
     auto shared = std::make_shared<ChatState>(std::move(state));
     post([this, shared, path = statePath(userID)]() mutable {
-        const std::string text = encodeChatState(*shared);
+        writeFile(path, [&](const TextSink& sink) { return writeChatState(*shared, sink); });
         shared.reset();
-        writeFile(path, QByteArrayView(text.data(), static_cast<qsizetype>(text.size())));
     });
 }
 

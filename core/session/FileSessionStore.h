@@ -2,7 +2,6 @@
 
 #include "session/SessionStore.h"
 
-#include <QByteArrayView>
 #include <QObject>
 #include <QString>
 #include <QThread>
@@ -51,7 +50,10 @@ private:
     void runSync(const std::function<void()>& work);
     // Store thread only.
     bool ensureDirectory() const;
-    bool writeFile(const QString& path, QByteArrayView data) const;
+    // Calls `produce` with a sink that appends to the file; the file only replaces the old one
+    // when `produce` and every write succeeded.
+    using FileWriter = std::function<bool(const TextSink& sink)>;
+    bool writeFile(const QString& path, const FileWriter& produce) const;
     std::optional<ChatState> readState(const QString& userID) const;
 
     QString directory_;

@@ -24,6 +24,7 @@
 #include <QStringList>
 #include <QTimeZone>
 #include <boost/json/value.hpp>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -224,6 +225,12 @@ boost::json::value toJson(const ChatState& state);
 // lastSeq raised to the last loaded seq.
 ChatState chatStateFromJson(const boost::json::value& value);
 
+// Receives a text part by part; returns false to stop the writing (a failed write).
+using TextSink = std::function<bool(std::string_view part)>;
+// Writes the saved form in consecutive parts of a few hundred kilobytes, so that a large state
+// goes to its file without ever being whole in memory. False when the sink stopped it.
+bool writeChatState(const ChatState& state, const TextSink& sink);
+// The saved form as one string.
 std::string encodeChatState(const ChatState& state);
 // Never throws: malformed text or a bad value gives the reason instead.
 Decoded<ChatState> decodeChatState(std::string_view text);

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <boost/json/monotonic_resource.hpp>
 #include <boost/json/object.hpp>
-#include <boost/json/serializer.hpp>
 
 namespace brevio {
 
@@ -140,77 +139,81 @@ ChatState chatStateFromJson(const boost::json::value& value) {
 
 namespace {
 
-// Writes the same text as serialising toJson(), but record by record: a saved state runs to tens
-// of megabytes, and a whole tree of it would cost several times that in memory and allocations.
-class StreamWriter {
+// Writes the same text as serialising toJson(), record by record and straight to text: a saved
+// state runs to tens of megabytes, and a whole tree of it would cost several times that in memory
+// and allocations. The text goes out in parts of about `partSize` bytes, so the whole of it never
+// has to be in memory either.
+class StateWriter {
 public:
-    explicit StreamWriter(std::size_t expected) { out_.reserve(expected); }
+    static constexpr std::size_t partSize = 256 * 1024;
 
-    void raw(std::string_view text) { out_.append(text); }
-    void string(const QString& text) {
-        const QByteArray utf8 = text.toUtf8();
-        writer_.reset(bj::string_view(utf8.constData(), std::size_t(utf8.size())));
-        drain();
+    explicit StateWriter(const TextSink& sink) : sink_(sink), out_(buffer_) {
+        buffer_.reserve(partSize + partSize / 4);
     }
-    void key(const QString& key) {
-        string(key);
-        out_.push_back(':');
-    }
+
+    // False once the sink has refused a part; everything after that is skipped.
+    bool ok() const { return ok_; }
+
+    void raw(std::string_view text) { out_.raw(text); }
+    void string(const QString& text) { out_.string(text); }
     template <class Record> void record(const Record& r) {
-        // Small records fit in this buffer; bigger ones spill over to the heap.
-        unsigned char scratch[8192];
-        bj::monotonic_resource arena(scratch, sizeof scratch);
-        const bj::value v = json::encode(r, &arena);
-        writer_.reset(&v);
-        drain();
+        json::write(out_, r);
+        if (buffer_.size() >= partSize)
+            flush();
     }
-    void number(qint64 n) { out_.append(std::to_string(n)); }
+    void number(qint64 n) { out_.number(n); }
     template <class Map, class Write> void map(const Map& m, Write&& write) {
-        out_.push_back('{');
+        raw("{");
         bool first = true;
         for (const QString& k : sortedKeys(m)) {
+            if (!ok_)
+                return;
             if (!first)
-                out_.push_back(',');
+                raw(",");
             first = false;
-            key(k);
+            string(k);
+            raw(":");
             write(m.value(k));
         }
-        out_.push_back('}');
+        raw("}");
     }
     template <class List> void list(const List& l) {
-        out_.push_back('[');
+        raw("[");
         bool first = true;
         for (const auto& item : l) {
+            if (!ok_)
+                return;
             if (!first)
-                out_.push_back(',');
+                raw(",");
             first = false;
             record(item);
         }
-        out_.push_back(']');
+        raw("]");
     }
-    std::string take() { return std::move(out_); }
+
+    // Hands over what is left; true when the sink took every part.
+    bool finish() {
+        flush();
+        return ok_;
+    }
 
 private:
-    void drain() {
-        char chunk[4096];
-        while (!writer_.done()) {
-            const std::string_view part = writer_.read(chunk, sizeof chunk);
-            out_.append(part.data(), part.size());
-        }
+    void flush() {
+        if (ok_ && !buffer_.empty())
+            ok_ = sink_(std::string_view(buffer_));
+        buffer_.clear();
     }
 
-    std::string out_;
-    bj::serializer writer_;
+    const TextSink& sink_;
+    std::string buffer_;
+    json::TextWriter out_;
+    bool ok_ = true;
 };
 
 } // namespace
 
-std::string encodeChatState(const ChatState& state) {
-    qsizetype messages = 0;
-    for (const QList<ChatMessage>& list : state.messages)
-        messages += list.size();
-    StreamWriter w(std::size_t(messages) * 300 + std::size_t(state.conversations.size()) * 600 +
-                   std::size_t(state.users.size()) * 200 + 4096);
+bool writeChatState(const ChatState& state, const TextSink& sink) {
+    StateWriter w(sink);
     w.raw("{");
     if (state.me) {
         w.raw("\"me\":");
@@ -234,7 +237,16 @@ std::string encodeChatState(const ChatState& state) {
     w.raw(",\"revisions\":");
     w.map(state.revisions, [&](qint64 n) { w.number(n); });
     w.raw("}");
-    return w.take();
+    return w.finish();
+}
+
+std::string encodeChatState(const ChatState& state) {
+    std::string text;
+    writeChatState(state, [&](std::string_view part) {
+        text.append(part);
+        return true;
+    });
+    return text;
 }
 
 Decoded<ChatState> decodeChatState(std::string_view text) {

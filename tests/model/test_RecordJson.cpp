@@ -70,6 +70,14 @@ template <class T> T roundTrip(const T& value) {
     return json::decode<T>(json::parse(json::serialize(json::encode(value))));
 }
 
+// The text of a record written directly, without a value.
+template <class T> std::string writtenText(const T& value) {
+    std::string text;
+    json::TextWriter out(text);
+    json::write(out, value);
+    return text;
+}
+
 template <class T> T decodeText(std::string_view text) {
     return json::decode<T>(json::parse(text));
 }
@@ -305,6 +313,47 @@ TEST(RecordJsonTest, TextSurvivesUnicodeAndEscapes) {
               QString("a") + QChar(QChar::ReplacementCharacter) + "b");
     EXPECT_EQ(std::string_view(json::toJsonString(QString(QChar(0xdc00)) + QChar(0xd800))),
               "\xef\xbf\xbd\xef\xbf\xbd");
+}
+
+TEST(RecordJsonTest, DirectTextIsTheSerialisedValueByteForByte) {
+    // Every character class the two writers could disagree on: each control character, the two
+    // escaped printables, DEL, every UTF-8 length, pairs, lone and trailing surrogates.
+    QString tricky = QString::fromUtf8("\"\\/\x7f àè 中文 😀 \u200b ");
+    for (char16_t c = 0; c < 0x20; ++c)
+        tricky += QChar(c);
+    tricky += QChar(0xdc00) + QString("x") + QChar(0xd83d) + QString("y") + QChar(0xd800);
+
+    ChatMessage message = fullMessage();
+    message.text = tricky;
+    message.reactions.append(Reaction{tricky, {tricky, ""}});
+    Conversation conversation = fullConversation();
+    conversation.lastMessage = message;
+    conversation.reads.insert(tricky, -1);
+    const Conversation bare{"d", ConversationKind::direct, std::nullopt, "", std::nullopt,
+                            0,   std::nullopt,             {},           {}, 0};
+
+    const auto same = [](const auto& record) {
+        EXPECT_EQ(writtenText(record), json::serialize(json::encode(record)));
+    };
+    same(User{"u-1", tricky, "a@b.c", Role::staff, std::nullopt, true, "data:x"});
+    same(User{"u-2", "B", std::nullopt, Role::client, "acme", false, std::nullopt});
+    same(ClientCompany{"acme", tricky, std::nullopt, at(-86'400'000)});
+    same(QuotedMessage{std::numeric_limits<qint64>::min(), "u", tricky, true});
+    same(message);
+    same(minimalMessage());
+    same(conversation);
+    same(bare);
+    same(ReceiptEntry{"u-2", at(1000), std::nullopt});
+    same(PendingMessage{"c-9", "conv", tricky, at(5), "Rifiutato", 3});
+    same(Invite{"ABCD-EFGH", "acme", "Carla", "carla@example.com", at(99'999)});
+
+    // Appends to what the buffer already holds.
+    std::string text = "[";
+    json::TextWriter out(text);
+    out.string(QString());
+    out.raw(",");
+    out.number(-42);
+    EXPECT_EQ(text, R"(["",-42)");
 }
 
 TEST(RecordJsonTest, ParserArenaIsReusedSafely) {

@@ -135,13 +135,16 @@ TEST_F(FileSessionStoreTest, StateRoundTripsAndLaterSavesWin) {
     const ChatState state =
         sampleState(QDateTime(QDate(2025, 3, 14), QTime(9, 26, 53, 589), Qt::UTC));
     ChatState later = state;
-    later.insert(message("c1", 3, "u-client1", "terzo", QDateTime::currentDateTimeUtc()));
+    // Enough messages that the file is written in several parts.
+    for (int seq = 3; seq < 3000; ++seq)
+        later.insert(message("c1", seq, "u-client1", "messaggio " + QString::number(seq),
+                             QDateTime::currentDateTimeUtc()));
     store.saveState(state, "u-1");
     store.saveState(later, "u-1");
     store.flush();
     const std::optional<ChatState> loaded = store.loadState("u-1");
     ASSERT_TRUE(loaded);
-    ChatState expected = later.trimmed(1000); // what a file can hold: no presence
+    ChatState expected = later.trimmed(10'000); // what a file can hold: no presence
     EXPECT_EQ(*loaded, expected);
     EXPECT_TRUE(loaded->online.isEmpty());
 }

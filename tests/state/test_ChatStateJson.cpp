@@ -52,6 +52,25 @@ TEST(ChatStateJson, StreamedTextEqualsTheTree) {
     EXPECT_EQ(encodeChatState(ChatState{}), json::serialize(toJson(ChatState{})));
 }
 
+TEST(ChatStateJson, ALargeStateGoesOutInPartsAndASinkCanStopIt) {
+    ChatState s = populated();
+    s.mergeHistory("g", range("g", 1, 3000), false, true);
+    std::string joined;
+    int parts = 0;
+    EXPECT_TRUE(writeChatState(s, [&](std::string_view part) {
+        joined.append(part);
+        ++parts;
+        return true;
+    }));
+    EXPECT_GT(parts, 1);
+    EXPECT_EQ(joined, json::serialize(toJson(s)));
+
+    // A refused part (a failed write) ends the writing: nothing more is offered.
+    int offered = 0;
+    EXPECT_FALSE(writeChatState(s, [&](std::string_view) { return ++offered < 2; }));
+    EXPECT_EQ(offered, 2);
+}
+
 TEST(ChatStateJson, WritesExactlyNineKeysAndSortedMaps) {
     const bj::value v = toJson(populated());
     const bj::object& o = v.as_object();
