@@ -155,7 +155,8 @@ template <class Pred> void spinUntil(Pred done) {
 void markOnStore(FileSessionStore& store, std::atomic<qint64>& mark, const QElapsedTimer& clock) {
     store.post([&mark, &clock] {
         mark = std::max<qint64>(clock.nsecsElapsed(), 1);
-        QMetaObject::invokeMethod(QCoreApplication::instance(), [] {}, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(), [] {}, Qt::QueuedConnection);
     });
 }
 

@@ -27,6 +27,36 @@ js::parse_options parseOptions() {
     return options;
 }
 
+// Writes the UTF-8 of the character that starts at p[i] (of n): one UTF-16 unit, or a surrogate
+// pair, and then i moves to its second half. A lone surrogate becomes U+FFFD. Returns the new end.
+unsigned char* putUtf8(const char16_t* p, qsizetype n, qsizetype& i, unsigned char* out) {
+    char32_t c = p[i];
+    if (c < 0x80) {
+        *out++ = static_cast<unsigned char>(c);
+        return out;
+    }
+    if (c < 0x800) {
+        *out++ = static_cast<unsigned char>(0xC0 | (c >> 6));
+        *out++ = static_cast<unsigned char>(0x80 | (c & 0x3F));
+        return out;
+    }
+    if (QChar::isSurrogate(c)) {
+        if (QChar::isHighSurrogate(c) && i + 1 < n && QChar::isLowSurrogate(p[i + 1]))
+            c = QChar::surrogateToUcs4(char16_t(c), p[++i]);
+        else
+            c = QChar::ReplacementCharacter;
+    }
+    if (c >= 0x10000) {
+        *out++ = static_cast<unsigned char>(0xF0 | (c >> 18));
+        *out++ = static_cast<unsigned char>(0x80 | ((c >> 12) & 0x3F));
+    } else {
+        *out++ = static_cast<unsigned char>(0xE0 | (c >> 12));
+    }
+    *out++ = static_cast<unsigned char>(0x80 | ((c >> 6) & 0x3F));
+    *out++ = static_cast<unsigned char>(0x80 | (c & 0x3F));
+    return out;
+}
+
 [[noreturn]] void throwParseError(const boost::system::error_code& ec, std::size_t offset) {
     throw DecodeError(QStringLiteral("JSON non valido alla posizione %1: %2")
                           .arg(offset)
@@ -78,30 +108,8 @@ js::string toJsonString(QStringView text, storage_ptr sp) {
         return s;
     s.reserve(length);
     auto* out = reinterpret_cast<unsigned char*>(s.data());
-    for (qsizetype i = 0; i < n; ++i) {
-        char32_t c = p[i];
-        if (c < 0x80) {
-            *out++ = static_cast<unsigned char>(c);
-        } else if (c < 0x800) {
-            *out++ = static_cast<unsigned char>(0xC0 | (c >> 6));
-            *out++ = static_cast<unsigned char>(0x80 | (c & 0x3F));
-        } else {
-            if (QChar::isSurrogate(c)) {
-                if (QChar::isHighSurrogate(c) && i + 1 < n && QChar::isLowSurrogate(p[i + 1]))
-                    c = QChar::surrogateToUcs4(char16_t(c), p[++i]);
-                else
-                    c = QChar::ReplacementCharacter;
-            }
-            if (c >= 0x10000) {
-                *out++ = static_cast<unsigned char>(0xF0 | (c >> 18));
-                *out++ = static_cast<unsigned char>(0x80 | ((c >> 12) & 0x3F));
-            } else {
-                *out++ = static_cast<unsigned char>(0xE0 | (c >> 12));
-            }
-            *out++ = static_cast<unsigned char>(0x80 | ((c >> 6) & 0x3F));
-            *out++ = static_cast<unsigned char>(0x80 | (c & 0x3F));
-        }
-    }
+    for (qsizetype i = 0; i < n; ++i)
+        out = putUtf8(p, n, i, out);
     s.grow(length);
     return s;
 }
@@ -358,7 +366,7 @@ void TextWriter::string(QStringView text) {
         auto* o = reinterpret_cast<unsigned char*>(buffer + start);
         *o++ = '"';
         for (qsizetype i = 0; i < n; ++i) {
-            char32_t c = p[i];
+            const char16_t c = p[i];
             if (c < 0x80) {
                 if (c >= 0x20 && c != '"' && c != '\\') {
                     *o++ = static_cast<unsigned char>(c);
@@ -366,13 +374,27 @@ void TextWriter::string(QStringView text) {
                 }
                 *o++ = '\\';
                 switch (c) {
-                case '"': *o++ = '"'; break;
-                case '\\': *o++ = '\\'; break;
-                case '\b': *o++ = 'b'; break;
-                case '\f': *o++ = 'f'; break;
-                case '\n': *o++ = 'n'; break;
-                case '\r': *o++ = 'r'; break;
-                case '\t': *o++ = 't'; break;
+                case '"':
+                    *o++ = '"';
+                    break;
+                case '\\':
+                    *o++ = '\\';
+                    break;
+                case '\b':
+                    *o++ = 'b';
+                    break;
+                case '\f':
+                    *o++ = 'f';
+                    break;
+                case '\n':
+                    *o++ = 'n';
+                    break;
+                case '\r':
+                    *o++ = 'r';
+                    break;
+                case '\t':
+                    *o++ = 't';
+                    break;
                 default:
                     *o++ = 'u';
                     *o++ = '0';
@@ -380,24 +402,8 @@ void TextWriter::string(QStringView text) {
                     *o++ = static_cast<unsigned char>(hex[c >> 4]);
                     *o++ = static_cast<unsigned char>(hex[c & 0xF]);
                 }
-            } else if (c < 0x800) {
-                *o++ = static_cast<unsigned char>(0xC0 | (c >> 6));
-                *o++ = static_cast<unsigned char>(0x80 | (c & 0x3F));
             } else {
-                if (QChar::isSurrogate(c)) {
-                    if (QChar::isHighSurrogate(c) && i + 1 < n && QChar::isLowSurrogate(p[i + 1]))
-                        c = QChar::surrogateToUcs4(char16_t(c), p[++i]);
-                    else
-                        c = QChar::ReplacementCharacter;
-                }
-                if (c >= 0x10000) {
-                    *o++ = static_cast<unsigned char>(0xF0 | (c >> 18));
-                    *o++ = static_cast<unsigned char>(0x80 | ((c >> 12) & 0x3F));
-                } else {
-                    *o++ = static_cast<unsigned char>(0xE0 | (c >> 12));
-                }
-                *o++ = static_cast<unsigned char>(0x80 | ((c >> 6) & 0x3F));
-                *o++ = static_cast<unsigned char>(0x80 | (c & 0x3F));
+                o = putUtf8(p, n, i, o);
             }
         }
         *o++ = '"';
@@ -505,9 +511,7 @@ struct FieldCount {
 // Specialised below for every record: its fields in the order they are written.
 template <class Record> struct FieldList;
 
-namespace {
-
-template <class Record> js::value encodeRecord(const Record& v, storage_ptr sp) {
+template <class Record> js::value encode(const Record& v, storage_ptr sp) {
     FieldCount count;
     FieldList<Record>::fields(count, v);
     js::object o(std::move(sp));
@@ -517,13 +521,11 @@ template <class Record> js::value encodeRecord(const Record& v, storage_ptr sp) 
     return o;
 }
 
-template <class Record> void writeRecord(TextWriter& out, const Record& v) {
+template <class Record> void write(TextWriter& out, const Record& v) {
     TextFields f(out);
     FieldList<Record>::fields(f, v);
     f.close();
 }
-
-} // namespace
 
 // ---- Records ---------------------------------------------------------------------------------
 
@@ -538,14 +540,6 @@ template <> struct FieldList<User> {
         out("avatar", v.avatar);
     }
 };
-
-js::value encode(const User& v, storage_ptr sp) {
-    return encodeRecord(v, std::move(sp));
-}
-
-void write(TextWriter& out, const User& v) {
-    writeRecord(out, v);
-}
 
 template <> User decode<User>(const js::value& v) {
     const Fields f(v, "User");
@@ -569,14 +563,6 @@ template <> struct FieldList<ClientCompany> {
     }
 };
 
-js::value encode(const ClientCompany& v, storage_ptr sp) {
-    return encodeRecord(v, std::move(sp));
-}
-
-void write(TextWriter& out, const ClientCompany& v) {
-    writeRecord(out, v);
-}
-
 template <> ClientCompany decode<ClientCompany>(const js::value& v) {
     const Fields f(v, "ClientCompany");
     ClientCompany c;
@@ -596,14 +582,6 @@ template <> struct FieldList<QuotedMessage> {
     }
 };
 
-js::value encode(const QuotedMessage& v, storage_ptr sp) {
-    return encodeRecord(v, std::move(sp));
-}
-
-void write(TextWriter& out, const QuotedMessage& v) {
-    writeRecord(out, v);
-}
-
 template <> QuotedMessage decode<QuotedMessage>(const js::value& v) {
     const Fields f(v, "QuotedMessage");
     QuotedMessage q;
@@ -620,14 +598,6 @@ template <> struct FieldList<Reaction> {
         out("userIDs", v.userIDs);
     }
 };
-
-js::value encode(const Reaction& v, storage_ptr sp) {
-    return encodeRecord(v, std::move(sp));
-}
-
-void write(TextWriter& out, const Reaction& v) {
-    writeRecord(out, v);
-}
 
 template <> Reaction decode<Reaction>(const js::value& v) {
     const Fields f(v, "Reaction");
@@ -654,14 +624,6 @@ template <> struct FieldList<ChatMessage> {
         out("revision", v.revision);
     }
 };
-
-js::value encode(const ChatMessage& v, storage_ptr sp) {
-    return encodeRecord(v, std::move(sp));
-}
-
-void write(TextWriter& out, const ChatMessage& v) {
-    writeRecord(out, v);
-}
 
 template <> ChatMessage decode<ChatMessage>(const js::value& v) {
     const Fields f(v, "ChatMessage");
@@ -697,14 +659,6 @@ template <> struct FieldList<Conversation> {
     }
 };
 
-js::value encode(const Conversation& v, storage_ptr sp) {
-    return encodeRecord(v, std::move(sp));
-}
-
-void write(TextWriter& out, const Conversation& v) {
-    writeRecord(out, v);
-}
-
 template <> Conversation decode<Conversation>(const js::value& v) {
     const Fields f(v, "Conversation");
     Conversation c;
@@ -730,14 +684,6 @@ template <> struct FieldList<ReceiptEntry> {
     }
 };
 
-js::value encode(const ReceiptEntry& v, storage_ptr sp) {
-    return encodeRecord(v, std::move(sp));
-}
-
-void write(TextWriter& out, const ReceiptEntry& v) {
-    writeRecord(out, v);
-}
-
 template <> ReceiptEntry decode<ReceiptEntry>(const js::value& v) {
     const Fields f(v, "ReceiptEntry");
     ReceiptEntry r;
@@ -757,14 +703,6 @@ template <> struct FieldList<PendingMessage> {
         out("replyToSeq", v.replyToSeq);
     }
 };
-
-js::value encode(const PendingMessage& v, storage_ptr sp) {
-    return encodeRecord(v, std::move(sp));
-}
-
-void write(TextWriter& out, const PendingMessage& v) {
-    writeRecord(out, v);
-}
 
 template <> PendingMessage decode<PendingMessage>(const js::value& v) {
     const Fields f(v, "PendingMessage");
@@ -788,14 +726,6 @@ template <> struct FieldList<Invite> {
     }
 };
 
-js::value encode(const Invite& v, storage_ptr sp) {
-    return encodeRecord(v, std::move(sp));
-}
-
-void write(TextWriter& out, const Invite& v) {
-    writeRecord(out, v);
-}
-
 template <> Invite decode<Invite>(const js::value& v) {
     const Fields f(v, "Invite");
     Invite i;
@@ -806,5 +736,27 @@ template <> Invite decode<Invite>(const js::value& v) {
     i.expiresAt = f.date("expiresAt");
     return i;
 }
+
+// ---- The records' instances -----------------------------------------------------------------
+
+template js::value encode(const User&, storage_ptr);
+template js::value encode(const ClientCompany&, storage_ptr);
+template js::value encode(const QuotedMessage&, storage_ptr);
+template js::value encode(const Reaction&, storage_ptr);
+template js::value encode(const ChatMessage&, storage_ptr);
+template js::value encode(const Conversation&, storage_ptr);
+template js::value encode(const ReceiptEntry&, storage_ptr);
+template js::value encode(const PendingMessage&, storage_ptr);
+template js::value encode(const Invite&, storage_ptr);
+
+template void write(TextWriter&, const User&);
+template void write(TextWriter&, const ClientCompany&);
+template void write(TextWriter&, const QuotedMessage&);
+template void write(TextWriter&, const Reaction&);
+template void write(TextWriter&, const ChatMessage&);
+template void write(TextWriter&, const Conversation&);
+template void write(TextWriter&, const ReceiptEntry&);
+template void write(TextWriter&, const PendingMessage&);
+template void write(TextWriter&, const Invite&);
 
 } // namespace brevio::json

@@ -47,16 +47,11 @@ using boost::json::storage_ptr;
 
 // ---- Records -------------------------------------------------------------------------------
 
+// The records: User, ClientCompany, QuotedMessage, Reaction, ChatMessage, Conversation,
+// ReceiptEntry, PendingMessage, Invite (defined for these only).
+
 // `sp` is where the returned value allocates; the default is the heap.
-boost::json::value encode(const User& v, storage_ptr sp = {});
-boost::json::value encode(const ClientCompany& v, storage_ptr sp = {});
-boost::json::value encode(const QuotedMessage& v, storage_ptr sp = {});
-boost::json::value encode(const Reaction& v, storage_ptr sp = {});
-boost::json::value encode(const ChatMessage& v, storage_ptr sp = {});
-boost::json::value encode(const Conversation& v, storage_ptr sp = {});
-boost::json::value encode(const ReceiptEntry& v, storage_ptr sp = {});
-boost::json::value encode(const PendingMessage& v, storage_ptr sp = {});
-boost::json::value encode(const Invite& v, storage_ptr sp = {});
+template <class Record> boost::json::value encode(const Record& v, storage_ptr sp = {});
 
 // The same forms written as text straight into a buffer, with no value built on the way: for
 // documents too large for a value tree (the saved state). The text is byte for byte what
@@ -78,15 +73,7 @@ private:
     std::string& out_;
 };
 
-void write(TextWriter& out, const User& v);
-void write(TextWriter& out, const ClientCompany& v);
-void write(TextWriter& out, const QuotedMessage& v);
-void write(TextWriter& out, const Reaction& v);
-void write(TextWriter& out, const ChatMessage& v);
-void write(TextWriter& out, const Conversation& v);
-void write(TextWriter& out, const ReceiptEntry& v);
-void write(TextWriter& out, const PendingMessage& v);
-void write(TextWriter& out, const Invite& v);
+template <class Record> void write(TextWriter& out, const Record& v);
 
 // decode<T>(value) throws DecodeError. Specialised for every record above.
 template <class T> T decode(const boost::json::value& v);

@@ -329,8 +329,8 @@ TEST(RecordJsonTest, DirectTextIsTheSerialisedValueByteForByte) {
     Conversation conversation = fullConversation();
     conversation.lastMessage = message;
     conversation.reads.insert(tricky, -1);
-    const Conversation bare{"d", ConversationKind::direct, std::nullopt, "", std::nullopt,
-                            0,   std::nullopt,             {},           {}, 0};
+    const Conversation bare{
+        "d", ConversationKind::direct, std::nullopt, "", std::nullopt, 0, std::nullopt, {}, {}, 0};
 
     const auto same = [](const auto& record) {
         EXPECT_EQ(writtenText(record), json::serialize(json::encode(record)));
