@@ -15,6 +15,7 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QProcess>
+#include <QTimer>
 #include <QWebSocket>
 #include <csignal>
 #include <cstdio>
@@ -32,13 +33,17 @@ namespace {
     std::exit(1);
 }
 
+// Sleeps in the event loop until `condition` holds. (processEvents with a time limit ignores
+// WaitForMoreEvents and spins, which would take a core from the server and the load generator.)
 bool waitFor(const std::function<bool()>& condition, int limitMs) {
     QElapsedTimer timer;
     timer.start();
+    QTimer tick; // wakes the loop now and then, so that the limit is noticed in a quiet spell
+    tick.start(20);
     while (!condition()) {
         if (timer.elapsed() > limitMs)
             return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
     }
     return true;
 }

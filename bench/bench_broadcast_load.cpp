@@ -67,10 +67,11 @@ std::string base64(const unsigned char* data, std::size_t size) {
 struct Member {
     int fd = -1;
     int index = 0;
-    std::string in;     // bytes read, not yet parsed
-    std::string out;    // bytes waiting for the socket
-    std::string joined; // a fragmented message being reassembled
-    std::string token;  // the member's session, resumed once upgraded
+    std::string in;          // bytes read, not yet parsed
+    std::string out;         // bytes waiting for the socket
+    std::string joined;      // a fragmented message being reassembled
+    std::string token;       // the member's session, resumed once upgraded
+    bool wantsWrite = false; // registered for EPOLLOUT: some output waits for room
     bool upgraded = false;
     bool welcomed = false;
     bool closed = false;
@@ -190,7 +191,7 @@ private:
                 base64(nonce, sizeof nonce) + "\r\nSec-WebSocket-Version: 13\r\n\r\n";
         m.token = token;
         epoll_event event{};
-        event.events = EPOLLIN | EPOLLOUT;
+        event.events = EPOLLIN;
         event.data.u32 = static_cast<std::uint32_t>(index);
         if (epoll_ctl(epoll_, EPOLL_CTL_ADD, m.fd, &event) != 0)
             fail("epoll_ctl");
@@ -217,6 +218,17 @@ private:
                 fail("send");
             }
             m.out.erase(0, std::size_t(n));
+        }
+        // Ask for EPOLLOUT only while output waits: a writable socket is nearly always ready, and
+        // being told so on every wait would keep the generator spinning.
+        const bool wantsWrite = !m.out.empty();
+        if (wantsWrite != m.wantsWrite) {
+            epoll_event event{};
+            event.events = EPOLLIN | (wantsWrite ? EPOLLOUT : 0u);
+            event.data.u32 = static_cast<std::uint32_t>(m.index);
+            if (epoll_ctl(epoll_, EPOLL_CTL_MOD, m.fd, &event) != 0)
+                fail("epoll_ctl");
+            m.wantsWrite = wantsWrite;
         }
     }
 

@@ -41,6 +41,9 @@ void ServerListener::accept() {
             socket->deleteLater();
             continue;
         }
+        // Frames are small and written one after another: without this, a frame that follows
+        // another before its acknowledgement waits for the peer's delayed ACK (up to 40 ms).
+        socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
         auto request = std::make_unique<PendingRequest>();
         request->timeout = clock_.schedule(requestTimeout, [this, socket] {
             socket->abort();

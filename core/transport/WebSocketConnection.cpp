@@ -1,5 +1,6 @@
 #include "transport/WebSocketConnection.h"
 
+#include <QAbstractSocket>
 #include <QThread>
 #include <QWebSocket>
 #include <deque>
@@ -101,6 +102,11 @@ private:
         if (failure_)
             return;
         open_ = true;
+        // Frames are small and often follow one another closely (typing, then the message):
+        // without this, the second waits for the server's delayed ACK, up to 40 ms. The socket
+        // offers no option of its own, so it goes to the TCP socket it owns.
+        if (auto* tcp = socket_->findChild<QAbstractSocket*>())
+            tcp->setSocketOption(QAbstractSocket::LowDelayOption, 1);
         auto waiting = std::move(waiting_);
         waiting_.clear();
         for (auto& out : waiting)

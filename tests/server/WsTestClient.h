@@ -3,6 +3,7 @@
 // A WebSocket client for driving the listener from tests: it records every message it receives as
 // a decoded server frame and the close code it saw.
 
+#include "support/EventLoopWait.h"
 #include "wire/Frames.h"
 
 #include <QCoreApplication>
@@ -14,17 +15,9 @@
 
 namespace brevio::testing {
 
-// Runs the event loop until `condition` holds. The limit only guards against a hang; nothing
-// here depends on how long anything takes.
-inline bool waitFor(const std::function<bool()>& condition, int safetyMs = 20000) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition()) {
-        if (timer.elapsed() > safetyMs)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 50);
-    }
-    return true;
+// Runs the event loop until `condition` holds (see waitUntil).
+inline bool waitFor(const std::function<bool()>& condition) {
+    return test::waitUntil(condition);
 }
 
 inline ClientInfo testClientInfo() {

@@ -5,8 +5,9 @@
 #include "SessionHarness.h"
 #include "session/FileSessionStore.h"
 
+#include "support/EventLoopWait.h"
+
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -23,15 +24,6 @@ mode_t modeOf(const QString& path) {
     if (::stat(QFile::encodeName(path).constData(), &info) != 0)
         return 0;
     return info.st_mode & 07777;
-}
-
-// Real threads are involved here: spin the event loop until `done` (the limit only guards
-// against a hang).
-template <class Pred> bool waitFor(Pred done) {
-    QDeadlineTimer deadline(30s);
-    while (!done() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    return done();
 }
 
 void writeRaw(const QString& path, const QByteArray& data) {
@@ -161,7 +153,7 @@ TEST_F(FileSessionStoreTest, AnAsynchronousLoadAnswersLaterOnTheCallersThread) {
         thread = QThread::currentThread();
     });
     EXPECT_EQ(calls, 0);
-    ASSERT_TRUE(waitFor([&] { return calls == 1; }));
+    ASSERT_TRUE(waitUntil([&] { return calls == 1; }));
     EXPECT_EQ(thread, QThread::currentThread());
     ASSERT_TRUE(loaded);
     EXPECT_EQ(loaded->messages.value("c1").size(), 2);
@@ -169,7 +161,7 @@ TEST_F(FileSessionStoreTest, AnAsynchronousLoadAnswersLaterOnTheCallersThread) {
     int missing = 0;
     store.loadStateAsync("u-2",
                          [&](std::optional<ChatState> state) { missing += state ? 100 : 1; });
-    ASSERT_TRUE(waitFor([&] { return missing != 0; }));
+    ASSERT_TRUE(waitUntil([&] { return missing != 0; }));
     EXPECT_EQ(missing, 1);
 }
 
@@ -193,7 +185,7 @@ TEST_F(FileSessionStoreTest, TwoUsersKeepTwoFilesAndSigningOutOneRemovesOnlyItsO
         };
         bool done = false;
         session.signIn(serverURL, "x@y.it", "password1", [&](auto r) { done = r.has_value(); });
-        ASSERT_TRUE(waitFor([&] { return done; }));
+        ASSERT_TRUE(waitUntil([&] { return done; }));
         clock.advance(2s); // the save after the attach
         store.flush();
     };
@@ -236,7 +228,7 @@ TEST_F(FileSessionStoreTest, FlushWritesStateAndCredentialsBeforeItReturns) {
     ChatSession session(clock, transport, store.get(), ClientInfo{});
     bool done = false;
     session.signIn(serverURL, "x@y.it", "password1", [&](auto r) { done = r.has_value(); });
-    ASSERT_TRUE(waitFor([&] { return done; }));
+    ASSERT_TRUE(waitUntil([&] { return done; }));
     session.send("c1", "da non perdere"); // offline or not, it is in the outbox now
     session.flush();
     // No debounce, no waiting: a second store on the same folder sees it at once.
