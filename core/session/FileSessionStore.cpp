@@ -132,14 +132,13 @@ std::optional<SessionCredentials> FileSessionStore::loadCredentials() {
 }
 
 void FileSessionStore::saveCredentials(const SessionCredentials& credentials) {
-    runSync([&] {
-        const std::string text = credentials.toJson();
+    post([this, text = credentials.toJson()] {
         writeFile(credentialsPath(), [&](const TextSink& sink) { return sink(text); });
     });
 }
 
 void FileSessionStore::deleteCredentials() {
-    runSync([&] { QFile::remove(credentialsPath()); });
+    post([this] { QFile::remove(credentialsPath()); });
 }
 
 std::optional<ChatState> FileSessionStore::readState(const QString& userID) const {
@@ -191,7 +190,7 @@ void FileSessionStore::saveState(ChatState state, const QString& userID) {
 }
 
 void FileSessionStore::deleteState(const QString& userID) {
-    runSync([&] { QFile::remove(statePath(userID)); });
+    post([path = statePath(userID)] { QFile::remove(path); });
 }
 
 void FileSessionStore::flush() {

@@ -11,8 +11,9 @@ namespace brevio {
 
 // Where a session keeps what must survive a restart: the credentials of the signed-in user and a
 // copy of that user's chat state. Called from the main thread only. Reads yield nothing for a
-// missing or unreadable entry; writes and deletes report nothing (a failed write only costs the
-// next launch a fresh download).
+// missing or unreadable entry. Writes and deletes return at once and take effect in call order,
+// before any later read; they report nothing (a failed write only costs the next launch a fresh
+// download or a sign-in).
 class SessionStore {
 public:
     using StateLoaded = std::function<void(std::optional<ChatState>)>;
@@ -28,7 +29,7 @@ public:
     // The same load without blocking the caller: `done` runs later on the thread that owns the
     // store. A saved state can be tens of megabytes, too much to decode on the main thread.
     virtual void loadStateAsync(const QString& userID, StateLoaded done) = 0;
-    // Returns at once; the state is encoded and written in the background, in call order.
+    // The state is encoded and written in the background.
     virtual void saveState(ChatState state, const QString& userID) = 0;
     virtual void deleteState(const QString& userID) = 0;
 

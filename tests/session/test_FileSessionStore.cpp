@@ -92,6 +92,7 @@ TEST_F(FileSessionStoreTest, EveryWriteLeavesTheFile0600AndTheFolder0700) {
     // A fresh folder, intermediate ones included, is created private.
     FileSessionStore fresh(root.path() + "/nuova/cartella");
     fresh.saveCredentials({QUrl("wss://a.test/ws"), "t", "u-1"});
+    fresh.flush();
     EXPECT_EQ(modeOf(root.path() + "/nuova"), 0700u);
     EXPECT_EQ(modeOf(root.path() + "/nuova/cartella"), 0700u);
     EXPECT_EQ(modeOf(fresh.credentialsPath()), 0600u);
@@ -100,6 +101,7 @@ TEST_F(FileSessionStoreTest, EveryWriteLeavesTheFile0600AndTheFolder0700) {
 TEST_F(FileSessionStoreTest, UnreadableFilesReadAsNothing) {
     FileSessionStore store(dir());
     store.saveCredentials({QUrl("wss://a.test/ws"), "t", "u-1"});
+    store.flush(); // the folder exists from here on
     const QByteArray broken[] = {
         "",
         "{",
@@ -209,6 +211,7 @@ TEST_F(FileSessionStoreTest, ACorruptCredentialsFileLeavesTheSessionSignedOut) {
     ManualClock clock;
     FileSessionStore store(dir());
     store.saveCredentials({serverURL, "t", staffID});
+    store.flush();
     writeRaw(store.credentialsPath(), "{\"server\": \"wss://a.test/ws\", \"tok");
     FakeTransport transport;
     ChatSession session(clock, transport, &store, ClientInfo{});
