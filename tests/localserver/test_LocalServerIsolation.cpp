@@ -59,8 +59,9 @@ protected:
         EXPECT_EQ(frames[0].replyTo(), id.isEmpty() ? std::nullopt : std::optional(id));
         EXPECT_EQ(h.server.stateSnapshot(), before);
         for (auto* other : {&staff, &client, &paolo, &luca, &sara}) {
-            if (other != &peer)
+            if (other != &peer) {
                 EXPECT_TRUE(other->take().empty());
+            }
         }
     }
 

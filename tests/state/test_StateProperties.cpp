@@ -126,8 +126,9 @@ private:
             QList<ChatMessage> page = randomPage(c);
             const qint64 revision = state_.revisions.value(c) + pick(0, 3);
             state_.mergeChanges(c, page, revision);
-            if (state_.conversations.contains(c))
+            if (state_.conversations.contains(c)) {
                 EXPECT_EQ(state_.revisions.value(c), revision);
+            }
             return "mergeChanges";
         }
         case 7: {
@@ -153,8 +154,9 @@ private:
             else
                 state_.advanceDelivered(c, user, seq);
             const std::optional<qint64> read = state_.markRead(c);
-            if (read)
+            if (read) {
                 EXPECT_EQ(*read, state_.messages.value(c).last().seq);
+            }
             return "marks";
         }
         case 10: {
@@ -187,7 +189,7 @@ private:
     void applyRandomWelcome() {
         Welcome w = welcomeFor(*state_.me);
         w.conversations.clear();
-        for (const QString& c : {"d", "g", "h"}) {
+        for (const QString c : {"d", "g", "h"}) {
             if (c != QStringLiteral("d") && chance(20))
                 continue; // no longer visible
             Conversation conv = state_.conversations.contains(c) ? state_.conversations.value(c)
@@ -227,8 +229,9 @@ private:
             ASSERT_FALSE(list.isEmpty()) << it.key().toStdString();
             for (qsizetype i = 0; i < list.size(); ++i) {
                 EXPECT_EQ(list[i].conversationID, it.key());
-                if (i > 0)
+                if (i > 0) {
                     ASSERT_LT(list[i - 1].seq, list[i].seq) << it.key().toStdString();
+                }
             }
             EXPECT_GE(s.conversations.value(it.key()).lastSeq, list.last().seq);
         }
@@ -239,9 +242,10 @@ private:
             clientIDs.insert(p.clientID);
         }
         for (const auto& [c, clientID] : ownRetired_) {
-            if (s.conversations.contains(c))
+            if (s.conversations.contains(c)) {
                 EXPECT_FALSE(clientIDs.contains(clientID))
                     << "pending copy of " << clientID.toStdString();
+            }
         }
     }
 
