@@ -64,8 +64,9 @@ template <class F> void PeerHub::forEachViewer(F&& f) {
 
 void PeerHub::broadcast(const Conversation& conversation, const ServerFrame& frame,
                         qint64 exceptPeer, const QString& exceptUser) {
+    const Participation participation(conversation);
     forEachViewer([&](qint64 id, Peer& peer, const User& viewer) {
-        if (id != exceptPeer && viewer.id != exceptUser && data_.takesPart(viewer, conversation))
+        if (id != exceptPeer && viewer.id != exceptUser && participation.includes(viewer))
             peer.frames->push(frame);
     });
 }

@@ -108,18 +108,38 @@ const ChatMessage* ServerData::sentByClientID(const QString& authorID,
     return &messages(it->second.first)[std::size_t(it->second.second - 1)];
 }
 
-bool ServerData::takesPart(const User& user, const Conversation& conversation) const {
-    if (conversation.kind == ConversationKind::group)
-        return conversation.memberIDs && conversation.memberIDs->contains(user.id);
+namespace {
+
+bool takesPartInDirect(const User& user, const Conversation& conversation) {
     if (user.role == Role::staff)
         return true;
     return user.clientID && conversation.clientID && *user.clientID == *conversation.clientID;
 }
 
+} // namespace
+
+Participation::Participation(const Conversation& conversation) : conversation_(conversation) {
+    if (conversation.kind == ConversationKind::group && conversation.memberIDs)
+        members_ = QSet<QString>(conversation.memberIDs->cbegin(), conversation.memberIDs->cend());
+}
+
+bool Participation::includes(const User& user) const {
+    if (conversation_.kind == ConversationKind::group)
+        return members_.contains(user.id);
+    return takesPartInDirect(user, conversation_);
+}
+
+bool ServerData::takesPart(const User& user, const Conversation& conversation) const {
+    if (conversation.kind == ConversationKind::group)
+        return conversation.memberIDs && conversation.memberIDs->contains(user.id);
+    return takesPartInDirect(user, conversation);
+}
+
 QStringList ServerData::participants(const Conversation& conversation) const {
+    const Participation participation(conversation);
     QStringList ids;
     for (const auto& [id, account] : accounts_) {
-        if (takesPart(account.user, conversation))
+        if (participation.includes(account.user))
             ids.append(id);
     }
     return ids;

@@ -4,6 +4,7 @@
 #include "model/Records.h"
 
 #include <QByteArray>
+#include <QSet>
 #include <map>
 #include <set>
 #include <string>
@@ -28,6 +29,18 @@ struct ReceiptStep {
 struct StoredInvite {
     Invite invite;
     bool used = false;
+};
+
+// Who takes part in one conversation, prepared for checking many users in a row (a broadcast):
+// a group's member list is made a set once, so each check is a lookup, not a scan.
+class Participation {
+public:
+    explicit Participation(const Conversation& conversation);
+    bool includes(const User& user) const;
+
+private:
+    const Conversation& conversation_;
+    QSet<QString> members_;
 };
 
 // The server's records and the rules of who may see what. It knows nothing of peers or frames;
