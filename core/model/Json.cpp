@@ -362,6 +362,9 @@ void TextWriter::string(QStringView text) {
     const std::size_t start = out_.size();
     // Room for the worst case (an escape is 6 bytes per UTF-16 unit), trimmed to what was written.
     out_.resize_and_overwrite(start + 2 + 6 * std::size_t(n), [&](char* buffer, std::size_t) {
+        // The characters with a two-letter escape; other control characters become \u00XX.
+        static constexpr std::string_view shortEscapes("\"\\\b\f\n\r\t");
+        static constexpr std::string_view shortEscapeLetters("\"\\bfnrt");
         static constexpr char hex[] = "0123456789abcdef";
         auto* o = reinterpret_cast<unsigned char*>(buffer + start);
         *o++ = '"';
@@ -373,29 +376,9 @@ void TextWriter::string(QStringView text) {
                     continue;
                 }
                 *o++ = '\\';
-                switch (c) {
-                case '"':
-                    *o++ = '"';
-                    break;
-                case '\\':
-                    *o++ = '\\';
-                    break;
-                case '\b':
-                    *o++ = 'b';
-                    break;
-                case '\f':
-                    *o++ = 'f';
-                    break;
-                case '\n':
-                    *o++ = 'n';
-                    break;
-                case '\r':
-                    *o++ = 'r';
-                    break;
-                case '\t':
-                    *o++ = 't';
-                    break;
-                default:
+                if (const auto k = shortEscapes.find(char(c)); k != std::string_view::npos) {
+                    *o++ = static_cast<unsigned char>(shortEscapeLetters[k]);
+                } else {
                     *o++ = 'u';
                     *o++ = '0';
                     *o++ = '0';

@@ -222,6 +222,20 @@ WebSocketConnection::WebSocketConnection(const QUrl& url, qint64 maximumMessageS
 
 WebSocketConnection::~WebSocketConnection() {
     caller_->cancel();
+    if (QThread::currentThread() == thread_.get()) {
+        // The last owner let go on the socket's own thread: a completion that held the connection
+        // was dropped there, possibly in the middle of one of the socket's own calls. The thread
+        // cannot wait for itself, and the socket must outlive that call: finish from the event
+        // loop once this call has returned; the thread deletes itself when it has ended.
+        QThread* thread = thread_.release();
+        QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+        onSocketThread(socket_, [](Socket& s) {
+            s.shutdown();
+            s.deleteLater(); // run as the thread ends
+            QThread::currentThread()->quit();
+        });
+        return;
+    }
     onSocketThread(socket_, [](Socket& s) {
         s.shutdown();
         QThread::currentThread()->quit();

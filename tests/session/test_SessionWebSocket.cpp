@@ -105,11 +105,15 @@ TEST_F(SessionWebSocketTest, TwoSessionsTalkAndSurviveTheServerDroppingEveryConn
         EXPECT_EQ(countText(messagesOf(staff, conversation), text), 1) << text.toStdString();
         EXPECT_EQ(countText(messagesOf(client, conversation), text), 1) << text.toStdString();
     }
+    // Where the two lists overlap they agree. One side may hold fewer of the older messages: a
+    // latest page asked for just before the drop is not asked again once live messages have
+    // arrived, and older messages load on demand.
     const auto staffList = messagesOf(staff, conversation);
     const auto clientList = messagesOf(client, conversation);
-    ASSERT_EQ(staffList.size(), clientList.size());
-    for (qsizetype i = 0; i < staffList.size(); ++i)
-        EXPECT_EQ(staffList[i].id, clientList[i].id);
+    const qsizetype overlap = std::min(staffList.size(), clientList.size());
+    ASSERT_GE(overlap, texts.size());
+    for (qsizetype i = 1; i <= overlap; ++i)
+        EXPECT_EQ(staffList[staffList.size() - i].id, clientList[clientList.size() - i].id);
 }
 
 TEST_F(SessionWebSocketTest, AnUnreachableServerIsReportedToTheSignIn) {
