@@ -4,6 +4,8 @@
 // std::optional, enums or QMap; hashValue covers those so every record can hash all its fields
 // with one call to hashFields.
 
+#include "model/SharedOptional.h"
+
 #include <QDateTime>
 #include <QHash>
 #include <QList>
@@ -20,6 +22,7 @@ constexpr size_t mix(size_t seed, size_t h) noexcept {
 
 template <class T> struct IsOptional : std::false_type {};
 template <class T> struct IsOptional<std::optional<T>> : std::true_type {};
+template <class T> struct IsOptional<SharedOptional<T>> : std::true_type {};
 template <class T> struct IsList : std::false_type {};
 template <class T> struct IsList<QList<T>> : std::true_type {};
 template <class T> struct IsMap : std::false_type {};

@@ -477,6 +477,10 @@ public:
         if (v)
             (*this)(key, *v);
     }
+    template <class T> void operator()(std::string_view key, const SharedOptional<T>& v) {
+        if (v)
+            (*this)(key, *v);
+    }
     void close() { out_.raw(first_ ? "{}" : "}"); }
 
 private:

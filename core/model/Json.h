@@ -176,6 +176,11 @@ void put(boost::json::object& o, std::string_view key, const std::optional<T>& v
     if (v)
         o.emplace(key, encodeValue(*v, o.storage()));
 }
+template <class T>
+void put(boost::json::object& o, std::string_view key, const SharedOptional<T>& v) {
+    if (v)
+        o.emplace(key, encodeValue(*v, o.storage()));
+}
 
 // Readers of single values; `key` only names the value in the error text.
 QString decodeString(const boost::json::value& v, std::string_view key);

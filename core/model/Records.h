@@ -3,6 +3,8 @@
 // The plain value records shared by every layer: carried inside frames, kept by the chat state,
 // saved to disk and served by the local server. Records refer to each other by string ids only.
 
+#include "model/SharedOptional.h"
+
 #include <QDateTime>
 #include <QHash>
 #include <QList>
@@ -68,7 +70,7 @@ struct ChatMessage {
     QString text;
     QDateTime sentAt;
     std::optional<qint64> replyToSeq;
-    std::optional<QuotedMessage> reply;
+    SharedOptional<QuotedMessage> reply; // shared: most messages quote nothing
     std::optional<QDateTime> editedAt;
     std::optional<QDateTime> deletedAt;
     QList<Reaction> reactions;
