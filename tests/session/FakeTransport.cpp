@@ -23,6 +23,17 @@ void pump() {
     }
 }
 
+void advanceClockTo(ManualClock& clock, QDateTime target) {
+    pump();
+    for (QDateTime next = clock.nextDue(); next.isValid() && next <= target;
+         next = clock.nextDue()) {
+        clock.advanceTo(next);
+        pump();
+    }
+    clock.advanceTo(target);
+    pump();
+}
+
 void FakeConnection::send(ClientFrame frame, Done<void> done) {
     if (closed || failure_) {
         const ChatError error = failure_.value_or(ChatError::notConnected());

@@ -3,6 +3,7 @@
 // A scripted stand-in for the network: connections whose server side the test plays by hand.
 // Completions are posted to the event loop, never run inside the call, as the real transports do.
 
+#include "model/ManualClock.h"
 #include "transport/ChatTransport.h"
 
 #include <deque>
@@ -73,5 +74,8 @@ public:
 
 // Runs everything posted to this thread (completions, queued calls), including what that posts.
 void pump();
+// Moves `clock` to `target`, firing its timers in due order and pumping after each, so that what
+// a timer posts runs before the next one fires.
+void advanceClockTo(ManualClock& clock, QDateTime target);
 
 } // namespace brevio::test

@@ -8,6 +8,7 @@
 #include "localserver/LocalServer.h"
 #include "transport/LocalTransport.h"
 
+#include <algorithm>
 #include <mutex>
 
 namespace brevio::test {
@@ -92,17 +93,7 @@ public:
         return info;
     }
 
-    void advance(Duration step) {
-        const QDateTime target = clock.now().addMSecs(step.count());
-        pump();
-        for (QDateTime next = clock.nextDue(); next.isValid() && next <= target;
-             next = clock.nextDue()) {
-            clock.advanceTo(next);
-            pump();
-        }
-        clock.advanceTo(target);
-        pump();
-    }
+    void advance(Duration step) { advanceClockTo(clock, clock.now().addMSecs(step.count())); }
 
     LocalServer::SeededAccount staff() const { return server->seededAccounts().front(); }
     LocalServer::SeededAccount clientAccount(int index) const {
@@ -136,6 +127,12 @@ inline QString directConversation(const ChatState& state, const QString& clientI
 
 inline QList<ChatMessage> messagesOf(const ChatSession& session, const QString& conversationID) {
     return session.state().messages.value(conversationID);
+}
+
+// How many of `messages` have exactly this text.
+inline qsizetype countText(const QList<ChatMessage>& messages, const QString& text) {
+    return std::count_if(messages.cbegin(), messages.cend(),
+                         [&](const ChatMessage& m) { return m.text == text; });
 }
 
 } // namespace brevio::test

@@ -144,14 +144,7 @@ void SessionHarness::signIn() {
 }
 
 void SessionHarness::advanceTo(QDateTime target) {
-    pump();
-    for (QDateTime next = clock.nextDue(); next.isValid() && next <= target;
-         next = clock.nextDue()) {
-        clock.advanceTo(next);
-        pump();
-    }
-    clock.advanceTo(target);
-    pump();
+    advanceClockTo(clock, std::move(target));
 }
 
 void SessionHarness::advance(Duration step) {

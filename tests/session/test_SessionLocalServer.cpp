@@ -7,11 +7,6 @@ using namespace std::chrono_literals;
 namespace brevio::test {
 namespace {
 
-qsizetype countText(const QList<ChatMessage>& messages, const QString& text) {
-    return std::count_if(messages.cbegin(), messages.cend(),
-                         [&](const ChatMessage& m) { return m.text == text; });
-}
-
 TEST(SessionLocalServer, StaffAndClientSignInToTheDemo) {
     LocalWorld world;
     ChatSession& staff = world.signIn(world.staff().email);

@@ -15,11 +15,6 @@ using namespace std::chrono_literals;
 namespace brevio::test {
 namespace {
 
-qsizetype countText(const QList<ChatMessage>& messages, const QString& text) {
-    return std::count_if(messages.cbegin(), messages.cend(),
-                         [&](const ChatMessage& m) { return m.text == text; });
-}
-
 class SessionWebSocketTest : public ::testing::Test {
 protected:
     SessionWebSocketTest() : world(false), listener(*world.endpoint, world.clock) {}
