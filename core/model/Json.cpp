@@ -473,11 +473,7 @@ public:
         out_.raw("\":");
         writeValue(out_, v);
     }
-    template <class T> void operator()(std::string_view key, const std::optional<T>& v) {
-        if (v)
-            (*this)(key, *v);
-    }
-    template <class T> void operator()(std::string_view key, const SharedOptional<T>& v) {
+    template <OptionalField T> void operator()(std::string_view key, const T& v) {
         if (v)
             (*this)(key, *v);
     }

@@ -17,6 +17,7 @@
 #include <boost/json/object.hpp>
 #include <boost/json/string.hpp>
 #include <boost/json/value.hpp>
+#include <concepts>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -167,17 +168,18 @@ template <class T> boost::json::value encodeValue(const QList<T>& list, const st
     return a;
 }
 
+// std::optional and SharedOptional: a field that is written only when present.
+template <class T>
+concept OptionalField = requires(const T& v) {
+    { v.has_value() } -> std::same_as<bool>;
+    *v;
+};
+
 // Writes a field under `key`; an absent optional writes nothing.
 template <class T> void put(boost::json::object& o, std::string_view key, const T& v) {
     o.emplace(key, encodeValue(v, o.storage()));
 }
-template <class T>
-void put(boost::json::object& o, std::string_view key, const std::optional<T>& v) {
-    if (v)
-        o.emplace(key, encodeValue(*v, o.storage()));
-}
-template <class T>
-void put(boost::json::object& o, std::string_view key, const SharedOptional<T>& v) {
+template <OptionalField T> void put(boost::json::object& o, std::string_view key, const T& v) {
     if (v)
         o.emplace(key, encodeValue(*v, o.storage()));
 }
