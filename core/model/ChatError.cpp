@@ -1,39 +1,41 @@
 #include "model/ChatError.h"
 
+#include "model/MessageRules.h"
+#include "model/ServerCode.h"
+
 namespace brevio {
 
 namespace {
-
-// The longest message the client lets through; the text states it without asking the server.
-constexpr int maximumMessageLength = 4000;
 
 // Known server codes have a fixed text; the server's own message is then ignored, so the user
 // always reads the same Italian sentence whatever language or wording the server uses.
 std::optional<QString> fixedServerText(const QString& code) {
     struct Entry {
-        const char16_t* code;
+        const QString& code;
         const char16_t* text;
     };
-    static constexpr Entry table[] = {
-        {u"invalid_credentials", u"Email o password non corretti."},
-        {u"invalid_invite", u"Il codice di invito non è valido, è già stato usato o è scaduto."},
-        {u"weak_password", u"La password deve avere almeno 8 caratteri."},
-        {u"email_in_use", u"Esiste già un account con questa email."},
-        {u"session_expired", u"La sessione è scaduta: accedi di nuovo."},
-        {u"not_authenticated", u"Devi prima accedere."},
-        {u"forbidden", u"Non hai i permessi per questa operazione."},
-        {u"not_found", u"Elemento non trovato."},
-        {u"upgrade_required",
+    static const Entry table[] = {
+        {ServerCode::invalidCredentials, u"Email o password non corretti."},
+        {ServerCode::invalidInvite,
+         u"Il codice di invito non è valido, è già stato usato o è scaduto."},
+        {ServerCode::weakPassword, u"La password deve avere almeno 8 caratteri."},
+        {ServerCode::emailInUse, u"Esiste già un account con questa email."},
+        {ServerCode::sessionExpired, u"La sessione è scaduta: accedi di nuovo."},
+        {ServerCode::notAuthenticated, u"Devi prima accedere."},
+        {ServerCode::forbidden, u"Non hai i permessi per questa operazione."},
+        {ServerCode::notFound, u"Elemento non trovato."},
+        {ServerCode::upgradeRequired,
          u"Questa versione di Brevio non è più supportata: installa l'ultima."},
-        {u"rate_limited", u"Troppi tentativi. Riprova tra qualche minuto."},
-        {u"too_late", u"I messaggi si possono modificare o eliminare solo entro 24 ore."},
-        {u"bad_request", u"Richiesta non valida."},
+        {ServerCode::rateLimited, u"Troppi tentativi. Riprova tra qualche minuto."},
+        {ServerCode::tooLate, u"I messaggi si possono modificare o eliminare solo entro 24 ore."},
+        {ServerCode::badRequest, u"Richiesta non valida."},
     };
-    if (code == u"message_too_long")
+    // The text states the limit without asking the server.
+    if (code == ServerCode::messageTooLong)
         return QStringLiteral("Il messaggio è troppo lungo (al massimo %1 caratteri).")
             .arg(maximumMessageLength);
     for (const Entry& entry : table) {
-        if (code == QStringView(entry.code)) // exact and case-sensitive
+        if (code == entry.code) // exact and case-sensitive
             return QString::fromUtf16(entry.text);
     }
     return std::nullopt;
