@@ -1,7 +1,15 @@
+#include "model/Clock.h"
+
 #include <QProcess>
 #include <gtest/gtest.h>
 
 namespace {
+
+using namespace std::chrono_literals;
+using brevio::Duration;
+
+// Far above the fraction of a second a clean exit takes; only a hang reaches it.
+constexpr Duration exitLimit = 20s;
 
 // Each scenario leaves main() with a live WebSocket connection in another order of destruction
 // (see quit/QuitAfterLoop.cpp). A program that hangs on its way out is killed at the limit.
@@ -11,13 +19,14 @@ TEST_P(QuitAfterLoop, TheProgramExitsPromptly) {
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedChannels);
     process.start(QStringLiteral(QUIT_AFTER_LOOP_EXE), {QString::fromUtf8(GetParam())});
-    ASSERT_TRUE(process.waitForStarted(10000)) << process.errorString().toStdString();
-    const bool finished = process.waitForFinished(20000);
+    ASSERT_TRUE(process.waitForStarted(int(Duration(10s).count())))
+        << process.errorString().toStdString();
+    const bool finished = process.waitForFinished(int(exitLimit.count()));
     if (!finished) {
         process.kill();
-        process.waitForFinished(5000);
+        process.waitForFinished(int(Duration(5s).count()));
     }
-    ASSERT_TRUE(finished) << GetParam() << ": still running after 20 s";
+    ASSERT_TRUE(finished) << GetParam() << ": still running at the limit";
     EXPECT_EQ(process.exitStatus(), QProcess::NormalExit) << GetParam();
     EXPECT_EQ(process.exitCode(), 0) << GetParam();
 }

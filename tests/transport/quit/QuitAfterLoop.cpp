@@ -12,6 +12,7 @@
 //
 // Exit code 0: the scenario ran as intended and returned. Anything else names what went wrong.
 
+#include "model/Clock.h"
 #include "transport/WebSocketTransport.h"
 
 #include <QCoreApplication>
@@ -33,6 +34,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
+// How long the program waits for anything before giving up with a failure code.
+constexpr Duration limit = 10s;
+
 enum Failure {
     badArguments = 2,
     noServer,
@@ -46,7 +50,7 @@ enum Failure {
 // name, cut to 15 characters).
 bool socketThreadEnded() {
     const QString name = QStringLiteral("brevio-websocket").left(15);
-    const QDeadlineTimer deadline(10s);
+    const QDeadlineTimer deadline(limit);
     for (;;) {
         bool found = false;
         for (const QString& task : QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs)) {
@@ -69,13 +73,13 @@ public:
     // The port once listening; 0 if listening failed.
     quint16 waitUntilListening() {
         std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, 10s, [&] { return ready_; });
+        changed_.wait_for(lock, limit, [&] { return ready_; });
         return port_;
     }
     // Whether a peer went away within the limit.
     bool waitForPeerClosed() {
         std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, 10s, [&] { return peerClosed_; });
+        return changed_.wait_for(lock, limit, [&] { return peerClosed_; });
     }
 
 protected:
@@ -187,7 +191,7 @@ int main(int argc, char** argv) {
         std::future<void> released = keeper->released.get_future();
         TransportConnection& kept = *keeper->connection;
         kept.ping([keeper = std::exchange(keeper, nullptr)](std::expected<void, ChatError>) {});
-        if (released.wait_for(10s) != std::future_status::ready)
+        if (released.wait_for(limit) != std::future_status::ready)
             return neverReleased;
     }
     // A thread still running here would be cut off in the middle of whatever it does.

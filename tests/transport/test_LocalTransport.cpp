@@ -1,6 +1,5 @@
-#include "transport/LocalTransport.h"
 #include "TransportTestSupport.h"
-#include "transport/LocalConnection.h"
+#include "transport/LocalTransport.h"
 
 #include <QThread>
 #include <gtest/gtest.h>
@@ -33,6 +32,10 @@ public:
         disconnected_.push_back(peerID);
     }
 
+    qint64 lastPeer() {
+        std::lock_guard lock(mutex_);
+        return lastPeer_;
+    }
     std::shared_ptr<FrameQueue<ServerFrame>> queue(qint64 peerID) {
         std::lock_guard lock(mutex_);
         return queues_.at(peerID);
@@ -75,16 +78,18 @@ struct LocalTransportTest : ::testing::Test {
 };
 
 TEST_F(LocalTransportTest, ConnectIgnoresTheAddressAndRegistersOnePeerPerConnection) {
-    auto a = std::dynamic_pointer_cast<LocalConnection>(connect());
-    auto b =
-        std::dynamic_pointer_cast<LocalConnection>(transport.connect(QUrl()).value_or(nullptr));
+    auto a = connect();
+    const qint64 first = server->lastPeer();
+    auto b = transport.connect(QUrl()).value_or(nullptr);
     ASSERT_TRUE(a && b);
-    EXPECT_NE(a->peerID(), b->peerID());
+    EXPECT_NE(server->lastPeer(), first);
+    a->close();
+    EXPECT_EQ(server->disconnected(), std::vector<qint64>{first}) << "each has its own peer";
 }
 
 TEST_F(LocalTransportTest, SendHandsTheFrameToTheServerAfterTheWireRoundTripAndCompletesLater) {
     auto connection = connect();
-    auto peer = std::static_pointer_cast<LocalConnection>(connection)->peerID();
+    auto peer = server->lastPeer();
     Outcome<void> sent;
     connection->send(sendFrame(QStringLiteral("m1")), sent.done());
     EXPECT_FALSE(sent.arrived()) << "completions never run inside the call";
@@ -101,7 +106,7 @@ TEST_F(LocalTransportTest, SendHandsTheFrameToTheServerAfterTheWireRoundTripAndC
 
 TEST_F(LocalTransportTest, ReceiveReturnsQueuedFramesInPushOrder) {
     auto connection = connect();
-    auto queue = server->queue(std::static_pointer_cast<LocalConnection>(connection)->peerID());
+    auto queue = server->queue(server->lastPeer());
     queue->push(typingFrame(QStringLiteral("u1")));
     queue->push(ServerFrame::unknown(QStringLiteral("poll")));
 
@@ -118,7 +123,7 @@ TEST_F(LocalTransportTest, ReceiveReturnsQueuedFramesInPushOrder) {
 
 TEST_F(LocalTransportTest, AFramePushedFromTheServersThreadCompletesOnTheCallersThread) {
     auto connection = connect();
-    auto queue = server->queue(std::static_pointer_cast<LocalConnection>(connection)->peerID());
+    auto queue = server->queue(server->lastPeer());
     Outcome<ServerFrame> got;
     connection->receive(got.done());
     drainPosted();
@@ -133,7 +138,7 @@ TEST_F(LocalTransportTest, AFramePushedFromTheServersThreadCompletesOnTheCallers
 
 TEST_F(LocalTransportTest, CloseEndsThePeerOnceAndFailsPendingAndLaterOperations) {
     auto connection = connect();
-    auto peer = std::static_pointer_cast<LocalConnection>(connection)->peerID();
+    auto peer = server->lastPeer();
     auto queue = server->queue(peer);
     Outcome<ServerFrame> pending;
     connection->receive(pending.done());
@@ -162,7 +167,7 @@ TEST_F(LocalTransportTest, CloseEndsThePeerOnceAndFailsPendingAndLaterOperations
 
 TEST_F(LocalTransportTest, WhenTheServerEndsThePeerQueuedFramesComeFirstThenNotConnected) {
     auto connection = connect();
-    auto queue = server->queue(std::static_pointer_cast<LocalConnection>(connection)->peerID());
+    auto queue = server->queue(server->lastPeer());
     const ServerFrame expired =
         ServerFrame::error(ServerError{{}, QStringLiteral("session_expired"), {}, {}});
     queue->push(expired);
@@ -183,7 +188,7 @@ TEST_F(LocalTransportTest, WhenTheServerEndsThePeerQueuedFramesComeFirstThenNotC
 
 TEST_F(LocalTransportTest, FramesThatWouldNotSurviveTheWireFailLikeOnASocket) {
     auto connection = connect();
-    auto queue = server->queue(std::static_pointer_cast<LocalConnection>(connection)->peerID());
+    auto queue = server->queue(server->lastPeer());
 
     // A case whose payload belongs to another case: its JSON lacks the case's required keys.
     const ClientFrame mismatched{ClientFrame::Type::send,
@@ -209,7 +214,7 @@ TEST_F(LocalTransportTest, FramesThatWouldNotSurviveTheWireFailLikeOnASocket) {
 
 TEST_F(LocalTransportTest, FramesLeftUnreadAtCloseAreNotDelivered) {
     auto connection = connect();
-    auto queue = server->queue(std::static_pointer_cast<LocalConnection>(connection)->peerID());
+    auto queue = server->queue(server->lastPeer());
     queue->push(typingFrame(QStringLiteral("u1")));
     connection->close();
     Outcome<ServerFrame> got;
@@ -231,7 +236,7 @@ TEST_F(LocalTransportTest, PingCompletesOnTheNextTurnOfTheLoop) {
 
 TEST_F(LocalTransportTest, DroppingTheConnectionLeavesTheServerAndDropsPendingCompletions) {
     auto connection = connect();
-    auto peer = std::static_pointer_cast<LocalConnection>(connection)->peerID();
+    auto peer = server->lastPeer();
     auto queue = server->queue(peer);
     Outcome<ServerFrame> pending;
     Outcome<void> sent;
