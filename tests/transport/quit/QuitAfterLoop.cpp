@@ -27,6 +27,7 @@
 #include <cstdio>
 #include <future>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 using namespace brevio;
@@ -41,24 +42,32 @@ enum Failure {
     badArguments = 2,
     noServer,
     noHandshake,
+    socketThreadNotSeen,
     peerNeverClosed,
     neverReleased,
     socketThreadLeftRunning
 };
 
-// Whether the connection's thread has ended (Linux names each thread after its QThread's object
-// name, cut to 15 characters).
+// Whether the connection's thread is running, seen from outside it: Linux names each thread after
+// its QThread's object name, cut to 15 characters. Without /proc the answer is unknown.
+std::optional<bool> socketThreadRunning() {
+    const QString tasks = QStringLiteral("/proc/self/task");
+    const QStringList ids = QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    if (ids.isEmpty())
+        return std::nullopt;
+    const QByteArray name = QByteArrayLiteral("brevio-websocket").left(15);
+    for (const QString& id : ids) {
+        QFile comm(tasks + u'/' + id + QStringLiteral("/comm"));
+        if (comm.open(QIODevice::ReadOnly) && comm.readAll().trimmed() == name)
+            return true;
+    }
+    return false;
+}
+
 bool socketThreadEnded() {
-    const QString name = QStringLiteral("brevio-websocket").left(15);
     const QDeadlineTimer deadline(limit);
     for (;;) {
-        bool found = false;
-        for (const QString& task : QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs)) {
-            QFile comm(QStringLiteral("/proc/self/task/%1/comm").arg(task));
-            if (comm.open(QIODevice::ReadOnly) && comm.readAll().trimmed() == name.toUtf8())
-                found = true;
-        }
-        if (!found)
+        if (socketThreadRunning() == false)
             return true;
         if (deadline.hasExpired())
             return false;
@@ -159,6 +168,8 @@ int main(int argc, char** argv) {
     app->exec();
     if (!answered)
         return noHandshake;
+    if (socketThreadRunning() != true)
+        return socketThreadNotSeen; // the check at the end would prove nothing
 
     if (scenario == u"before-app") {
         connection->receive([](std::expected<ServerFrame, ChatError>) {});
