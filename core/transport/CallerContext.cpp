@@ -43,9 +43,4 @@ void CallerContext::cancel() {
         receiver->deleteLater();
 }
 
-bool CallerContext::isCurrentThread() const {
-    std::lock_guard lock(mutex_);
-    return receiver_ && receiver_->thread() == QThread::currentThread();
-}
-
 } // namespace brevio

@@ -22,9 +22,6 @@ public:
     void post(std::function<void()> fn) const;
     void cancel();
 
-    // True on the thread whose event loop runs the completions.
-    bool isCurrentThread() const;
-
 private:
     mutable std::mutex mutex_;
     QObject* receiver_; // lives on the creating thread; null once cancelled

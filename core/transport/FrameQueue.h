@@ -78,11 +78,6 @@ public:
         return finished_;
     }
 
-    std::size_t size() const {
-        std::lock_guard lock(mutex_);
-        return buffer_.size();
-    }
-
 private:
     mutable std::mutex mutex_;
     std::deque<T> buffer_;
@@ -111,23 +106,6 @@ public:
 private:
     mutable std::mutex mutex_;
     bool done_ = false;
-};
-
-// A Boolean read and written under its own lock.
-class Flag {
-public:
-    bool get() const {
-        std::lock_guard lock(mutex_);
-        return value_;
-    }
-    void set(bool value) {
-        std::lock_guard lock(mutex_);
-        value_ = value;
-    }
-
-private:
-    mutable std::mutex mutex_;
-    bool value_ = false;
 };
 
 } // namespace brevio

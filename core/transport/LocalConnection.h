@@ -29,8 +29,6 @@ public:
     void ping(Done<void> done) override;
     void close() override;
 
-    qint64 peerID() const { return peerID_; }
-
 private:
     std::shared_ptr<LocalEndpoint> server_;
     qint64 peerID_;

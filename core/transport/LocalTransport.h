@@ -15,8 +15,6 @@ public:
     std::expected<std::shared_ptr<TransportConnection>, ChatError>
     connect(const QUrl& url) override;
 
-    const std::shared_ptr<LocalEndpoint>& server() const { return server_; }
-
 private:
     std::shared_ptr<LocalEndpoint> server_;
 };

@@ -1,6 +1,7 @@
 #include "transport/WebSocketConnection.h"
 
 #include <QAbstractSocket>
+#include <QCoreApplication>
 #include <QThread>
 #include <QWebSocket>
 #include <deque>
@@ -216,6 +217,11 @@ WebSocketConnection::WebSocketConnection(const QUrl& url, qint64 maximumMessageS
     thread_->setObjectName(QStringLiteral("brevio-websocket"));
     socket_ = new Socket(url, maximumMessageSize, caller_);
     socket_->moveToThread(thread_.get());
+    // The last thing the thread does, even when its loop could no longer deliver a queued call:
+    // the socket is closed on its own thread whichever way the thread was made to end.
+    QObject::connect(
+        thread_.get(), &QThread::finished, thread_.get(),
+        [socket = socket_] { socket->shutdown(); }, Qt::DirectConnection);
     thread_->start();
     onSocketThread(socket_, [](Socket& s) { s.open(); });
 }
@@ -225,21 +231,25 @@ WebSocketConnection::~WebSocketConnection() {
     if (QThread::currentThread() == thread_.get()) {
         // The last owner let go on the socket's own thread: a completion that held the connection
         // was dropped there, possibly in the middle of one of the socket's own calls. The thread
-        // cannot wait for itself, and the socket must outlive that call: finish from the event
-        // loop once this call has returned; the thread deletes itself when it has ended.
+        // cannot wait for itself, and the socket must outlive that call: the loop ends once the
+        // call has returned; the thread then closes and deletes the socket, and the thread object
+        // goes with the next turn of its owner's loop (or with the process).
         QThread* thread = thread_.release();
+        QObject::connect(
+            thread, &QThread::finished, thread, [socket = socket_] { delete socket; },
+            Qt::DirectConnection);
         QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
-        onSocketThread(socket_, [](Socket& s) {
-            s.shutdown();
-            s.deleteLater(); // run as the thread ends
-            QThread::currentThread()->quit();
-        });
+        thread->quit();
         return;
     }
-    onSocketThread(socket_, [](Socket& s) {
-        s.shutdown();
-        QThread::currentThread()->quit();
-    });
+    if (QCoreApplication::instance()) {
+        // Calls queued before this one still run first, then the socket closes.
+        onSocketThread(socket_, [](Socket&) { QThread::currentThread()->quit(); });
+    } else {
+        // Without the application object no thread delivers queued calls any more (the loop
+        // ended and main() is returning): end the thread's loop directly.
+        thread_->quit();
+    }
     thread_->wait();
     // The thread is gone and the socket with its notifiers was deleted on it; what is left is a
     // plain object.

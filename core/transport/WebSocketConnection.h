@@ -26,7 +26,8 @@ namespace brevio {
 //   ChatError::unexpectedReply() for that receive only; after close() everything pending and
 //   later fails with ChatError::notConnected().
 // - Destroying the connection without close() closes the socket, stops its thread and drops the
-//   completions still pending (they are never called).
+//   completions still pending (they are never called). This holds on either thread and also once
+//   no event loop will run again (after the application object is gone), so quitting never hangs.
 class WebSocketConnection final : public TransportConnection {
 public:
     WebSocketConnection(const QUrl& url, qint64 maximumMessageSize);

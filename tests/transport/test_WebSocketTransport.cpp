@@ -1,5 +1,5 @@
-#include "transport/WebSocketTransport.h"
 #include "TransportTestSupport.h"
+#include "transport/WebSocketTransport.h"
 
 #include <QTcpServer>
 #include <QThread>
@@ -144,22 +144,17 @@ struct WebSocketTransportTest : ::testing::Test {
     }
 };
 
-TEST_F(WebSocketTransportAddress, OnlyWsAndWssWrittenInLowerCaseAreAccepted) {
+TEST_F(WebSocketTransportAddress, OnlyWsAndWssAddressesWithAHostAreAccepted) {
     WebSocketTransport transport;
-    for (const char* address : {"http://127.0.0.1/ws", "https://127.0.0.1/ws", "WS://127.0.0.1/ws",
-                                "Wss://127.0.0.1/ws", "127.0.0.1:8787", "ws:", "ws:///ws", ""}) {
-        auto connection = transport.connect(QString::fromUtf8(address));
+    for (const char* address : {"http://127.0.0.1/ws", "https://127.0.0.1/ws", "wsx://127.0.0.1/ws",
+                                "127.0.0.1:8787", "ws:", "ws:///ws", ""}) {
+        auto connection = transport.connect(QUrl(QString::fromUtf8(address), QUrl::StrictMode));
         ASSERT_FALSE(connection.has_value()) << address;
         EXPECT_EQ(connection.error(), ChatError::invalidServerAddress()) << address;
     }
-    auto viaUrl = transport.connect(QUrl(QStringLiteral("http://127.0.0.1/ws")));
-    ASSERT_FALSE(viaUrl.has_value());
-    EXPECT_EQ(viaUrl.error(), ChatError::invalidServerAddress());
-
     // Accepted addresses open nothing yet; dropping them at once must not hang either.
     for (const char* address : {"ws://127.0.0.1:1/ws", "wss://127.0.0.1:1/ws"})
-        EXPECT_TRUE(transport.connect(QString::fromUtf8(address)).has_value()) << address;
-    EXPECT_TRUE(transport.connect(QUrl(QStringLiteral("wss://127.0.0.1:1/ws"))).has_value());
+        EXPECT_TRUE(transport.connect(QUrl(QString::fromUtf8(address))).has_value()) << address;
 }
 
 TEST_F(WebSocketTransportTest, SendsTextFramesAndReceivesTextAndBinaryFrames) {
@@ -293,7 +288,7 @@ TEST_F(WebSocketTransportTest, NothingListeningIsRevealedByTheFirstCalls) {
         ASSERT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
         port = probe.serverPort();
     }
-    auto connection = transport.connect(QStringLiteral("ws://127.0.0.1:%1/ws").arg(port));
+    auto connection = transport.connect(QUrl(QStringLiteral("ws://127.0.0.1:%1/ws").arg(port)));
     ASSERT_TRUE(connection.has_value());
     Outcome<void> sent;
     (*connection)->send(sendFrame(QStringLiteral("m1")), sent.done());
