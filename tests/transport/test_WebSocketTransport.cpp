@@ -144,17 +144,23 @@ struct WebSocketTransportTest : ::testing::Test {
     }
 };
 
-TEST_F(WebSocketTransportAddress, OnlyWsAndWssAddressesWithAHostAreAccepted) {
+TEST_F(WebSocketTransportAddress, OnlyWsAndWssWrittenInLowerCaseWithAHostAreAccepted) {
     WebSocketTransport transport;
-    for (const char* address : {"http://127.0.0.1/ws", "https://127.0.0.1/ws", "wsx://127.0.0.1/ws",
-                                "127.0.0.1:8787", "ws:", "ws:///ws", ""}) {
-        auto connection = transport.connect(QUrl(QString::fromUtf8(address), QUrl::StrictMode));
+    for (const char* address :
+         {"http://127.0.0.1/ws", "https://127.0.0.1/ws", "WS://127.0.0.1/ws", "Wss://127.0.0.1/ws",
+          "wsx://127.0.0.1/ws", "127.0.0.1:8787", "ws:", "ws:///ws", ""}) {
+        auto connection = transport.connect(QString::fromUtf8(address));
         ASSERT_FALSE(connection.has_value()) << address;
         EXPECT_EQ(connection.error(), ChatError::invalidServerAddress()) << address;
     }
+    auto viaUrl = transport.connect(QUrl(QStringLiteral("http://127.0.0.1/ws")));
+    ASSERT_FALSE(viaUrl.has_value());
+    EXPECT_EQ(viaUrl.error(), ChatError::invalidServerAddress());
+
     // Accepted addresses open nothing yet; dropping them at once must not hang either.
     for (const char* address : {"ws://127.0.0.1:1/ws", "wss://127.0.0.1:1/ws"})
-        EXPECT_TRUE(transport.connect(QUrl(QString::fromUtf8(address))).has_value()) << address;
+        EXPECT_TRUE(transport.connect(QString::fromUtf8(address)).has_value()) << address;
+    EXPECT_TRUE(transport.connect(QUrl(QStringLiteral("wss://127.0.0.1:1/ws"))).has_value());
 }
 
 TEST_F(WebSocketTransportTest, SendsTextFramesAndReceivesTextAndBinaryFrames) {
