@@ -121,7 +121,9 @@ void OrganisationHandler::createGroup(qint64 peerID, const ClientFrame& frame, c
         if (!members.contains(id))
             members.append(id);
     }
+    const PeerHub::Acquaintances before = hub_.acquaintances(members);
     const Conversation& group = data_.addGroup(request.name.trimmed(), members);
+    hub_.introduce(members, before);
     hub_.broadcast(group, ServerFrame::conversation({group}));
     hub_.send(peerID, ServerFrame::ok({request.id, group.id, std::nullopt}));
 }
@@ -158,11 +160,13 @@ void OrganisationHandler::updateGroup(qint64 peerID, const ClientFrame& frame, c
         if (members.removeAll(id) > 0)
             removed.append(id);
     }
+    const PeerHub::Acquaintances acquainted = hub_.acquaintances(members);
     if (request.name)
         group->title = request.name->trimmed();
     group->memberIDs = members;
     if (group->title != before.title || group->memberIDs != before.memberIDs) {
         data_.bump(*group);
+        hub_.introduce(members, acquainted);
         hub_.broadcast(*group, ServerFrame::conversation({*group}));
         // Removed members were in the old list; only their peers get the removal.
         for (const QString& id : removed) {

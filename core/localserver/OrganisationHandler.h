@@ -21,6 +21,7 @@ public:
                       const InviteRequest& request);
     void updateClient(qint64 peerID, const ClientFrame& frame, const User& me,
                       const UpdateClientRequest& request);
+    // Members who meet for the first time in a group get each other's records before the group.
     void createGroup(qint64 peerID, const ClientFrame& frame, const User& me,
                      const CreateGroupRequest& request);
     void updateGroup(qint64 peerID, const ClientFrame& frame, const User& me,
