@@ -43,7 +43,7 @@ public:
         QString organization = QStringLiteral("Ardena");
         qint64 minimumBuild = 0;
         bool autoReply = true;
-        double inviteLifetime = 604800; // seconds
+        Duration inviteLifetime = std::chrono::days(7);
     };
 
     // A seeded account the demo can sign in with (all share demoPassword).

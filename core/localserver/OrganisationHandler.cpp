@@ -71,7 +71,7 @@ void OrganisationHandler::createInvite(qint64 peerID, const ClientFrame& frame, 
     do {
         code = InviteCode::generate();
     } while (data_.invites.contains(code));
-    const QDateTime expiresAt = data_.now().addMSecs(qint64(options_.inviteLifetime * 1000.0));
+    const QDateTime expiresAt = data_.now().addMSecs(options_.inviteLifetime.count());
     const Invite invite{code, clientID, name, email, expiresAt};
     data_.invites[code] = StoredInvite{invite, false};
     hub_.send(peerID, ServerFrame::invite({request.id, invite}));
