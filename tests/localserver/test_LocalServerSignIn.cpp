@@ -328,7 +328,7 @@ TEST(LocalServerSignIn, FailuresAreForgottenAfterTenQuietMinutesOrASuccess) {
     for (int attempt = 9; attempt < 18; ++attempt)
         EXPECT_EQ(errorCode(failLogin(h, email, attempt)), "invalid_credentials");
     h.signIn(email); // nine failures since the pause: a success starts the count again
-    for (int attempt = 19; attempt < 28; ++attempt)
+    for (int attempt = 18; attempt < 27; ++attempt)
         EXPECT_EQ(errorCode(failLogin(h, email, attempt)), "invalid_credentials");
     EXPECT_EQ(h.signIn(email).welcome.me.name, giulia);
 }
@@ -346,8 +346,8 @@ TEST(LocalServerSignIn, OneAddressLocksItselfOnlyAfterManyFailures) {
         "rate_limited");
     EXPECT_EQ(h.signIn(h.email(luca), demoPassword, address).welcome.me.name, luca);
 
-    // Guessing across accounts and invite codes counts against the address; invite codes
-    // against nothing else.
+    // Guessing across accounts and invite codes counts against the address; wrong codes count
+    // against no account.
     for (int attempt = 10; attempt < 100; ++attempt) {
         const ClientFrame frame =
             attempt % 2
