@@ -1,6 +1,7 @@
 #include "PeerConnection.h"
 
 #include "FrameEncoder.h"
+#include "model/ServerCode.h"
 
 #include <boost/json/parse.hpp>
 #include <mutex>
@@ -149,7 +150,7 @@ void PeerConnection::receive(const QByteArray& utf8) {
     // The connection stays usable: one bad frame is refused, the next one is handled.
     ServerError refusal;
     refusal.replyTo = requestID(utf8);
-    refusal.code = QStringLiteral("bad_request");
+    refusal.code = ServerCode::badRequest;
     refusal.message = decoded.error;
     send(ServerFrame::error(std::move(refusal)));
 }

@@ -32,9 +32,6 @@ public:
                    std::shared_ptr<DrainScheduler> scheduler, QObject* parent = nullptr);
     ~PeerConnection() override;
 
-    qint64 peerID() const { return link_.peerID; }
-    QWebSocket* socket() const { return socket_; }
-
     // Closes the socket with the given code after what is already queued on it.
     void close(QWebSocketProtocol::CloseCode code = QWebSocketProtocol::CloseCodeNormal,
                const QString& reason = {});

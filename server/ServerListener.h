@@ -36,11 +36,9 @@ public:
     bool listen(const QHostAddress& address, quint16 port);
     QString errorString() const { return tcp_.errorString(); }
     quint16 port() const { return tcp_.serverPort(); }
-    QHostAddress address() const { return tcp_.serverAddress(); }
 
     // Open WebSocket connections.
     qsizetype connectionCount() const { return qsizetype(connections_.size()); }
-    const FrameEncoder& encoder() const { return encoder_; }
 
     // Stops accepting and closes every connection with a normal closure. allClosed() follows once
     // the last one is gone (at once when there is none).

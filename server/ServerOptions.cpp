@@ -9,6 +9,9 @@ namespace brevio {
 
 namespace {
 
+// Long enough for any real invite, short enough for every date arithmetic on it.
+constexpr Duration maximumInviteLifetime = std::chrono::years(100);
+
 // "HOST:PORT" with an IPv4 address, "localhost", or a bracketed IPv6 address.
 std::expected<void, QString> parseListen(const QString& text, ServerOptions& options) {
     const auto bad = [&] {
@@ -113,12 +116,14 @@ std::expected<ServerOptions, QString> ServerOptions::parse(const QStringList& ar
             if (!value)
                 return std::unexpected(value.error());
             bool ok = false;
-            const double seconds = value->toDouble(&ok);
-            if (!ok || !std::isfinite(seconds) || seconds <= 0)
-                return std::unexpected(
-                    QStringLiteral("--invite-lifetime expects a number of seconds > 0, got \"%1\"")
-                        .arg(*value));
-            options.inviteLifetime = seconds;
+            // Whole milliseconds, at least one, and few enough that no date arithmetic overflows.
+            const double milliseconds = std::round(value->toDouble(&ok) * 1000.0);
+            if (!ok || !(milliseconds >= 1 && milliseconds <= maximumInviteLifetime.count()))
+                return std::unexpected(QStringLiteral("--invite-lifetime expects a number of "
+                                                      "seconds from 0.001 to %1, got \"%2\"")
+                                           .arg(maximumInviteLifetime.count() / 1000)
+                                           .arg(*value));
+            options.inviteLifetime = Duration(qint64(milliseconds));
         } else {
             return std::unexpected(QStringLiteral("unknown option \"%1\" (see --help)").arg(name));
         }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/Clock.h"
+
 #include <QString>
 #include <QStringList>
 #include <expected>
@@ -15,8 +17,8 @@ struct ServerOptions {
     Seed seed = Seed::demo;
     qint64 minimumBuild = 0;
     bool autoReply = true;
-    double inviteLifetime = 604800; // seconds
-    bool help = false;              // --help was given: print usage() and exit
+    Duration inviteLifetime = std::chrono::days(7);
+    bool help = false; // --help was given: print usage() and exit
 
     // Parses the arguments after the program name. The error is one line, without the program name.
     static std::expected<ServerOptions, QString> parse(const QStringList& arguments);

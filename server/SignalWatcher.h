@@ -16,8 +16,6 @@ public:
     explicit SignalWatcher(std::initializer_list<int> signalNumbers, QObject* parent = nullptr);
     ~SignalWatcher() override;
 
-    bool isValid() const { return notifier_ != nullptr; }
-
 Q_SIGNALS:
     void received(int signalNumber);
 

@@ -17,7 +17,7 @@ using namespace brevio;
 namespace {
 
 // How long a normal closure may take at shutdown before the remaining sockets are dropped.
-constexpr int shutdownGraceMs = 3000;
+constexpr Duration shutdownGrace = std::chrono::seconds(3);
 
 void printLine(const QString& line, FILE* stream = stdout) {
     const QByteArray bytes = line.toUtf8();
@@ -94,7 +94,7 @@ int main(int argc, char* argv[]) {
 
     QObject::connect(&signalWatcher, &SignalWatcher::received, &app, [&] {
         listener->closeAll();
-        QTimer::singleShot(shutdownGraceMs, &app, [] { QCoreApplication::exit(0); });
+        QTimer::singleShot(shutdownGrace, &app, [] { QCoreApplication::exit(0); });
     });
     QObject::connect(listener.get(), &ServerListener::allClosed, &app,
                      [] { QCoreApplication::exit(0); });

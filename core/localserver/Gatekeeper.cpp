@@ -4,6 +4,8 @@
 #include "localserver/ServerData.h"
 #include "localserver/ServerRules.h"
 #include "model/InviteCode.h"
+#include "model/MessageRules.h"
+#include "model/ServerCode.h"
 #include "model/SignUpRules.h"
 
 namespace brevio {
@@ -17,8 +19,8 @@ constexpr int maximumCompanyNameLength = 120;
 Gatekeeper::Gatekeeper(const LocalServer::Options& options, ServerData& data, PeerHub& hub,
                        PasswordHasher& hasher, Clock& clock)
     : options_(options), data_(data), hub_(hub), hasher_(hasher),
-      throttle_(clock, LocalServer::maximumFailedLogins,
-                std::chrono::seconds(LocalServer::failedLoginWindowSeconds)) {}
+      accounts_(clock, failuresPerAccount, failureWindow),
+      addresses_(clock, failuresPerAddress, failureWindow) {}
 
 void Gatekeeper::refuse(qint64 peerID, const QString& code) {
     ServerError error;
@@ -30,26 +32,15 @@ bool Gatekeeper::acceptsClient(qint64 peerID, const ClientInfo& client) {
     if (client.protocolVersion == protocolVersion && client.build >= options_.minimumBuild)
         return true;
     ServerError error;
-    error.code = QStringLiteral("upgrade_required");
+    error.code = ServerCode::upgradeRequired;
     error.minimumBuild = options_.minimumBuild;
     hub_.send(peerID, ServerFrame::error(std::move(error)));
     return false;
 }
 
-// In-process peers have no address; they are limited per account only.
-QString Gatekeeper::addressKey(qint64 peerID) {
+QString Gatekeeper::address(qint64 peerID) {
     const PeerHub::Peer* peer = hub_.peer(peerID);
-    return !peer || peer->address.isEmpty() ? QString()
-                                            : QStringLiteral("address:") + peer->address;
-}
-
-bool Gatekeeper::isThrottled(const QString& key) const {
-    return !key.isEmpty() && throttle_.isBlocked(key);
-}
-
-void Gatekeeper::recordFailure(const QString& key) {
-    if (!key.isEmpty())
-        throttle_.recordFailure(key);
+    return peer ? peer->address : QString();
 }
 
 void Gatekeeper::signIn(qint64 peerID, const QString& userID, const QString& token) {
@@ -80,26 +71,28 @@ void Gatekeeper::signIn(qint64 peerID, const QString& userID, const QString& tok
 void Gatekeeper::login(qint64 peerID, const LoginRequest& request) {
     if (!acceptsClient(peerID, request.client))
         return;
-    const QString accountKey = QStringLiteral("account:") + request.email.trimmed().toLower();
-    const QString address = addressKey(peerID);
-    if (isThrottled(accountKey) || isThrottled(address))
-        return refuse(peerID, QStringLiteral("rate_limited"));
-    const Account* account = data_.accountByEmail(request.email);
+    // E-mails without an account count too, so the answers never tell whether one exists.
+    const QString account = request.email.trimmed().toLower();
+    const QString from = address(peerID);
+    if (accounts_.isBlocked(account) || (!from.isEmpty() && addresses_.isBlocked(from)))
+        return refuse(peerID, ServerCode::rateLimited);
+    const Account* stored = data_.accountByEmail(request.email);
     bool valid = false;
-    if (account) {
-        valid = hasher_.verify(request.password, account->passwordRecord);
+    if (stored) {
+        valid = hasher_.verify(request.password, stored->passwordRecord);
     } else {
         if (decoyRecord_.isEmpty())
             decoyRecord_ = hasher_.hash(QStringLiteral("nessun account"));
         hasher_.verify(request.password, decoyRecord_);
     }
     if (!valid) {
-        recordFailure(accountKey);
-        recordFailure(address);
-        return refuse(peerID, QStringLiteral("invalid_credentials"));
+        accounts_.recordFailure(account);
+        if (!from.isEmpty())
+            addresses_.recordFailure(from);
+        return refuse(peerID, ServerCode::invalidCredentials);
     }
-    throttle_.reset(accountKey);
-    signIn(peerID, account->user.id, ServerRules::newToken());
+    accounts_.reset(account);
+    signIn(peerID, stored->user.id, ServerRules::newToken());
 }
 
 void Gatekeeper::resume(qint64 peerID, const ResumeRequest& request) {
@@ -107,28 +100,29 @@ void Gatekeeper::resume(qint64 peerID, const ResumeRequest& request) {
         return;
     const auto it = data_.tokens.find(request.token);
     if (it == data_.tokens.end() || !data_.user(it->second))
-        return refuse(peerID, QStringLiteral("session_expired"));
+        return refuse(peerID, ServerCode::sessionExpired);
     signIn(peerID, it->second, request.token);
 }
 
 void Gatekeeper::redeem(qint64 peerID, const RedeemRequest& request) {
     if (!acceptsClient(peerID, request.client))
         return;
-    const QString address = addressKey(peerID);
-    if (isThrottled(address))
-        return refuse(peerID, QStringLiteral("rate_limited"));
+    const QString from = address(peerID);
+    if (!from.isEmpty() && addresses_.isBlocked(from))
+        return refuse(peerID, ServerCode::rateLimited);
     const auto it = data_.invites.find(InviteCode::normalise(request.code));
     if (it == data_.invites.end() || it->second.used || data_.now() > it->second.invite.expiresAt) {
-        recordFailure(address); // guessing codes is throttled like guessing passwords
-        return refuse(peerID, QStringLiteral("invalid_invite"));
+        if (!from.isEmpty())
+            addresses_.recordFailure(from); // guessing codes is throttled like guessing passwords
+        return refuse(peerID, ServerCode::invalidInvite);
     }
     const QString name = request.name.trimmed();
     if (!ServerRules::isStrongPassword(request.password))
-        return refuse(peerID, QStringLiteral("weak_password"));
+        return refuse(peerID, ServerCode::weakPassword);
     if (name.isEmpty() || ServerRules::visibleLength(name) > maximumNameLength)
-        return refuse(peerID, QStringLiteral("bad_request"));
+        return refuse(peerID, ServerCode::badRequest);
     if (data_.isEmailInUse(it->second.invite.email))
-        return refuse(peerID, QStringLiteral("email_in_use"));
+        return refuse(peerID, ServerCode::emailInUse);
 
     it->second.used = true;
     const Invite& invite = it->second.invite;
@@ -153,13 +147,13 @@ void Gatekeeper::signup(qint64 peerID, const SignUpRequest& request) {
     if (name.isEmpty() || ServerRules::visibleLength(name) > maximumNameLength ||
         ServerRules::visibleLength(companyName) > maximumCompanyNameLength ||
         !SignUpRules::isValidEmail(email) || !request.website.isEmpty())
-        return refuse(peerID, QStringLiteral("bad_request"));
+        return refuse(peerID, ServerCode::badRequest);
     if (!ServerRules::isStrongPassword(request.password))
-        return refuse(peerID, QStringLiteral("weak_password"));
+        return refuse(peerID, ServerCode::weakPassword);
     if (data_.isEmailInUse(email))
-        return refuse(peerID, QStringLiteral("email_in_use"));
-    if (ServerRules::visibleLength(text) > LocalServer::maximumTextLength)
-        return refuse(peerID, QStringLiteral("message_too_long"));
+        return refuse(peerID, ServerCode::emailInUse);
+    if (ServerRules::visibleLength(text) > maximumMessageLength)
+        return refuse(peerID, ServerCode::messageTooLong);
 
     const QDateTime now = data_.now();
     const ClientCompany& company = data_.addClient(companyName.isEmpty() ? name : companyName,

@@ -13,8 +13,17 @@ class ServerData;
 // Everything that makes a peer signed in or out: the client version check, login, resume,
 // invite redemption, sign-up without invite, logout, and the limit on failed attempts.
 // Refusals go to the peer as errors without a reply id (sign-in frames carry none).
+//
+// Failed attempts are limited twice: per account, so that nobody guesses one person's password,
+// and per peer address with a far higher limit, so that one address cannot guess across many
+// accounts or invite codes, yet a mistyping colleague behind the same address locks out only
+// their own account. Invite codes belong to no account and count against the address only.
 class Gatekeeper {
 public:
+    static constexpr int failuresPerAccount = 10;
+    static constexpr int failuresPerAddress = 100;
+    static constexpr Duration failureWindow = std::chrono::minutes(10);
+
     Gatekeeper(const LocalServer::Options& options, ServerData& data, PeerHub& hub,
                PasswordHasher& hasher, Clock& clock);
 
@@ -31,9 +40,8 @@ public:
 private:
     bool acceptsClient(qint64 peerID, const ClientInfo& client);
     void refuse(qint64 peerID, const QString& code);
-    QString addressKey(qint64 peerID);
-    bool isThrottled(const QString& key) const;
-    void recordFailure(const QString& key);
+    // The peer's address; empty for in-process peers, which are limited per account only.
+    QString address(qint64 peerID);
     // Binds the peer to the user under `token` and sends the welcome.
     void signIn(qint64 peerID, const QString& userID, const QString& token);
 
@@ -41,7 +49,8 @@ private:
     ServerData& data_;
     PeerHub& hub_;
     PasswordHasher& hasher_;
-    LoginThrottle throttle_;
+    LoginThrottle accounts_;
+    LoginThrottle addresses_;
     QByteArray decoyRecord_; // checked when no account matches, so both cases take as long
 };
 

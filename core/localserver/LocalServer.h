@@ -43,7 +43,7 @@ public:
         QString organization = QStringLiteral("Ardena");
         qint64 minimumBuild = 0;
         bool autoReply = true;
-        double inviteLifetime = 604800; // seconds
+        Duration inviteLifetime = std::chrono::days(7);
     };
 
     // A seeded account the demo can sign in with (all share demoPassword).
@@ -57,13 +57,8 @@ public:
 
     static constexpr const char* demoPassword = "corda5678";
 
-    // Limits of the protocol.
-    static constexpr int maximumTextLength = 4000;
-    static constexpr qint64 editWindowSeconds = 86400;
-    static constexpr int maximumPageSize = 200;
+    // The largest profile picture, in bytes once decoded.
     static constexpr qsizetype maximumAvatarBytes = 409600;
-    static constexpr int maximumFailedLogins = 10;
-    static constexpr qint64 failedLoginWindowSeconds = 600;
 
     // Without a hasher the server uses the salted SHA-256 one. `clock` must outlive the server.
     LocalServer(Options options, Clock& clock, std::unique_ptr<PasswordHasher> hasher = {},
@@ -77,8 +72,6 @@ public:
 
     // The accounts seedDemo() created, staff first. Safe from any thread.
     QList<SeededAccount> seededAccounts() const;
-
-    const Options& options() const { return options_; }
 
     // LocalEndpoint (thread-safe).
     PeerLink registerPeer(const QString& address = {}) override;

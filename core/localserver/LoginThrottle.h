@@ -8,9 +8,10 @@
 
 namespace brevio {
 
-// Counts failed sign-in attempts per key (an account, an address). A window opens at the first
-// failure; once `limit` failures fall inside it, the key stays blocked until the window ends.
-// Time comes from the injected clock, so tests move through the window in virtual time.
+// Counts failed sign-in attempts per key (an account, an address). Failures add up as long as
+// none comes more than `window` after the one before; the failure that reaches `limit` locks the
+// key for `window` from then on, after which it starts again from nothing. Time comes from the
+// injected clock, so tests move through the window in virtual time.
 class LoginThrottle {
 public:
     LoginThrottle(Clock& clock, int limit, Duration window);
@@ -21,17 +22,18 @@ public:
     void reset(const QString& key);
 
 private:
-    struct Window {
-        QDateTime start;
+    struct Record {
         int failures = 0;
+        QDateTime last;         // the latest failure
+        QDateTime blockedUntil; // set by the failure that reached the limit
     };
-    bool isOpen(const Window& window) const;
+    bool isCurrent(const Record& record) const;
     void prune();
 
     Clock& clock_;
     int limit_;
     Duration window_;
-    std::map<QString, Window> windows_;
+    std::map<QString, Record> records_;
 };
 
 } // namespace brevio

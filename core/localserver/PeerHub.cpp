@@ -85,6 +85,38 @@ void PeerHub::broadcastClient(const ClientCompany& company) {
     });
 }
 
+PeerHub::Acquaintances PeerHub::acquaintances(const QStringList& userIDs) const {
+    Acquaintances known;
+    for (const QString& viewerID : userIDs) {
+        const User* viewer = data_.user(viewerID);
+        if (!viewer || !hasPeer(viewerID))
+            continue;
+        auto& seen = known[viewerID];
+        for (const QString& otherID : userIDs) {
+            const User* other = data_.user(otherID);
+            if (other && data_.canSeeUser(*viewer, *other))
+                seen.insert(otherID);
+        }
+    }
+    return known;
+}
+
+void PeerHub::introduce(const QStringList& userIDs, const Acquaintances& before) {
+    static const std::set<QString> nobody;
+    forEachViewer([&](qint64, Peer& peer, const User& viewer) {
+        if (!userIDs.contains(viewer.id))
+            return;
+        const auto known = before.find(viewer.id);
+        const std::set<QString>& seen = known == before.end() ? nobody : known->second;
+        for (const QString& otherID : userIDs) {
+            const User* other = data_.user(otherID);
+            if (other && otherID != viewer.id && !seen.contains(otherID) &&
+                data_.canSeeUser(viewer, *other))
+                peer.frames->push(ServerFrame::user({data_.userAsSeenBy(viewer, *other)}));
+        }
+    });
+}
+
 bool PeerHub::hasPeer(const QString& userID) const {
     return std::any_of(peers_.begin(), peers_.end(),
                        [&](const auto& entry) { return entry.second.userID == userID; });

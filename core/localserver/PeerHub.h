@@ -5,6 +5,7 @@
 
 #include <map>
 #include <memory>
+#include <set>
 
 namespace brevio {
 
@@ -43,6 +44,13 @@ public:
     void broadcastUser(const User& user);
     // The company's record to staff (with notes) and to the company's own people (without).
     void broadcastClient(const ClientCompany& company);
+    // Which of `userIDs` each signed-in one of them may see now. Taken before a group changes,
+    // so that introduce() can tell what the change made visible.
+    using Acquaintances = std::map<QString, std::set<QString>>;
+    Acquaintances acquaintances(const QStringList& userIDs) const;
+    // To each signed-in one of `userIDs`, the records of the others it may see now and could not
+    // see `before`, trimmed for it.
+    void introduce(const QStringList& userIDs, const Acquaintances& before);
 
     // A user counts as online when simulated so or signed in on some peer.
     bool hasPeer(const QString& userID) const;

@@ -60,7 +60,6 @@ public:
     QString makeID(QStringView prefix);
 
     // Accounts. E-mail addresses match without regard to case or surrounding blanks.
-    const std::map<QString, Account>& accounts() const { return accounts_; }
     Account* account(const QString& userID);
     const Account* account(const QString& userID) const;
     const Account* accountByEmail(const QString& email) const;
@@ -70,13 +69,11 @@ public:
     const User* user(const QString& userID) const;
 
     // Client companies; adding one also opens its direct conversation.
-    const std::map<QString, ClientCompany>& clients() const { return clients_; }
     ClientCompany* client(const QString& clientID);
     ClientCompany& addClient(const QString& name, std::optional<QString> notes);
     Conversation* directConversation(const QString& clientID);
 
     // Conversations and their messages (in seq order; seq n sits at index n - 1).
-    const std::map<QString, Conversation>& conversations() const { return conversations_; }
     Conversation* conversation(const QString& conversationID);
     Conversation& addGroup(const QString& title, const QStringList& memberIDs);
     const std::vector<ChatMessage>& messages(const QString& conversationID) const;

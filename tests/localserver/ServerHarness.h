@@ -6,6 +6,8 @@
 
 #include "localserver/LocalServer.h"
 #include "model/ManualClock.h"
+#include "support/Printing.h"
+#include "support/TestClient.h"
 
 #include <QCoreApplication>
 #include <gtest/gtest.h>
@@ -13,15 +15,6 @@
 #include <vector>
 
 namespace brevio::test {
-
-inline ClientInfo testClient(qint64 build = 100, qint64 protocolVersion = 3) {
-    ClientInfo client;
-    client.protocolVersion = protocolVersion;
-    client.version = QStringLiteral("1.0");
-    client.build = build;
-    client.device = QStringLiteral("Banco di prova");
-    return client;
-}
 
 inline const QString demoPassword = QString::fromLatin1(LocalServer::demoPassword);
 

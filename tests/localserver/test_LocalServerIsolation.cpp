@@ -194,3 +194,49 @@ TEST_F(LocalServerIsolation, LiveEventsKeepNotesAndEmailsToThoseAllowed) {
     for (auto* other : {&paolo, &luca, &sara})
         EXPECT_TRUE(other->take().empty());
 }
+
+TEST_F(LocalServerIsolation, NewGroupMembersMeetByNameBeforeTheGroupArrives) {
+    // The names in the "user" records a member received, all of which must come before the
+    // group's "conversation" frame and none of which may carry an e-mail.
+    auto introduced = [](ServerHarness::Peer& peer) {
+        QStringList names;
+        bool conversation = false;
+        for (const ServerFrame& frame : peer.take()) {
+            if (frame.as<ConversationEvent>()) {
+                conversation = true;
+            } else if (const auto* event = frame.as<UserEvent>()) {
+                EXPECT_FALSE(conversation) << "after the group: " << event->user.name.toStdString();
+                EXPECT_FALSE(event->user.email) << event->user.name.toStdString();
+                names.append(event->user.name);
+            }
+        }
+        EXPECT_TRUE(conversation);
+        names.sort();
+        return names;
+    };
+    auto userRecords = [](const std::vector<ServerFrame>& frames) {
+        return std::count_if(frames.begin(), frames.end(),
+                             [](const ServerFrame& frame) { return frame.as<UserEvent>(); });
+    };
+
+    // Giulia and Paolo share nothing yet; Paolo and Luca already share the private group.
+    const auto created =
+        staff.exchange(ClientFrame::createGroup({QStringLiteral("g2"),
+                                                 QStringLiteral("Fornitori"),
+                                                 {client.welcome.me.id, paolo.welcome.me.id}}));
+    EXPECT_EQ(userRecords(created), 0); // staff know everybody already
+    const QString group = *created.back().as<OKReply>()->conversationID;
+    EXPECT_EQ(introduced(client), QStringList{"Paolo Bassi"});
+    EXPECT_EQ(introduced(paolo), QStringList{"Giulia Orlandi"});
+    EXPECT_TRUE(luca.take().empty());
+    EXPECT_TRUE(sara.take().empty());
+
+    const auto added = staff.exchange(ClientFrame::updateGroup(
+        {QStringLiteral("u"), group, std::nullopt,
+         QStringList{luca.welcome.me.id, sara.welcome.me.id}, std::nullopt}));
+    EXPECT_EQ(userRecords(added), 0);
+    EXPECT_EQ(introduced(client), (QStringList{"Luca Gatti", "Sara Conti"}));
+    EXPECT_EQ(introduced(paolo), QStringList{}); // knows Luca and Sara from other groups
+    EXPECT_EQ(introduced(luca), (QStringList{"Giulia Orlandi", "Sara Conti"}));
+    EXPECT_EQ(introduced(sara), (QStringList{"Giulia Orlandi", "Luca Gatti"}));
+}

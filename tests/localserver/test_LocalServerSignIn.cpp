@@ -285,48 +285,83 @@ TEST(LocalServerSignIn, SignUpOpensACompanyAndConversationThatStaffSeeAtOnce) {
     EXPECT_EQ(company->notes, "Richiesta senza invito del 14/03/2025: email non verificata.");
 }
 
-TEST(LocalServerSignIn, FailedLoginsAreLimitedPerAccountInVirtualTime) {
-    ServerHarness h;
-    const QString email = h.email(giulia);
-    for (int attempt = 0; attempt < 10; ++attempt) {
-        h.clock.advance(std::chrono::seconds(50)); // all ten inside ten minutes
-        auto peer = h.connect(QStringLiteral("10.0.0.%1").arg(attempt));
-        const auto frames =
-            peer.exchange(ClientFrame::login({email, QStringLiteral("sbagliata"), testClient()}));
-        EXPECT_EQ(errorCode(frames.at(0)), "invalid_credentials");
-    }
-    // The right password does not help for the rest of the window, from any address.
-    auto peer = h.connect(QStringLiteral("10.0.1.1"));
-    auto frames = peer.exchange(ClientFrame::login({email, demoPassword, testClient()}));
-    EXPECT_EQ(errorCode(frames.at(0)), "rate_limited");
-    h.clock.advance(std::chrono::seconds(149)); // the window opened at 50 s: now 649 s
-    frames = peer.exchange(ClientFrame::login({email, demoPassword, testClient()}));
-    EXPECT_EQ(errorCode(frames.at(0)), "rate_limited");
-    h.clock.advance(std::chrono::seconds(1));
-    frames = peer.exchange(ClientFrame::login({email, demoPassword, testClient()}));
-    EXPECT_TRUE(frames.at(0).as<Welcome>());
-    // Other accounts were never affected.
-    EXPECT_TRUE(h.signIn(h.email(luca)).welcome.me.name == luca);
+namespace {
+
+// A wrong password from a new address each time, so that only the account's count can lock.
+ServerFrame failLogin(ServerHarness& h, const QString& email, int attempt) {
+    auto peer = h.connect(QStringLiteral("10.0.%1.%2").arg(attempt / 200).arg(attempt % 200));
+    const auto frames =
+        peer.exchange(ClientFrame::login({email, QStringLiteral("sbagliata"), testClient()}));
+    return frames.at(0);
 }
 
-TEST(LocalServerSignIn, FailedAttemptsAreLimitedPerAddress) {
+} // namespace
+
+TEST(LocalServerSignIn, TheTenthFailedLoginLocksTheAccountForTenMinutesFromThen) {
+    ServerHarness h;
+    const QString email = h.email(giulia);
+    // Nine failures over fifteen minutes, never ten minutes apart, all count.
+    for (int attempt = 0; attempt < 9; ++attempt) {
+        h.clock.advance(std::chrono::seconds(100));
+        EXPECT_EQ(errorCode(failLogin(h, email, attempt)), "invalid_credentials");
+    }
+    h.clock.advance(std::chrono::minutes(9)); // now 24 minutes in
+    EXPECT_EQ(errorCode(failLogin(h, email, 9)), "invalid_credentials");
+    // The right password does not help until ten minutes after the tenth, from any address.
+    auto peer = h.connect(QStringLiteral("10.1.0.1"));
+    const auto login = ClientFrame::login({email, demoPassword, testClient()});
+    EXPECT_EQ(errorCode(peer.exchange(login).at(0)), "rate_limited");
+    h.clock.advance(std::chrono::seconds(599));
+    EXPECT_EQ(errorCode(peer.exchange(login).at(0)), "rate_limited");
+    h.clock.advance(std::chrono::seconds(1));
+    EXPECT_TRUE(peer.exchange(login).at(0).as<Welcome>());
+    // Other accounts were never affected.
+    EXPECT_EQ(h.signIn(h.email(luca)).welcome.me.name, luca);
+}
+
+TEST(LocalServerSignIn, FailuresAreForgottenAfterTenQuietMinutesOrASuccess) {
+    ServerHarness h;
+    const QString email = h.email(giulia);
+    for (int attempt = 0; attempt < 9; ++attempt)
+        failLogin(h, email, attempt);
+    h.clock.advance(std::chrono::minutes(10));
+    for (int attempt = 9; attempt < 18; ++attempt)
+        EXPECT_EQ(errorCode(failLogin(h, email, attempt)), "invalid_credentials");
+    h.signIn(email); // nine failures since the pause: a success starts the count again
+    for (int attempt = 18; attempt < 27; ++attempt)
+        EXPECT_EQ(errorCode(failLogin(h, email, attempt)), "invalid_credentials");
+    EXPECT_EQ(h.signIn(email).welcome.me.name, giulia);
+}
+
+TEST(LocalServerSignIn, OneAddressLocksItselfOnlyAfterManyFailures) {
     ServerHarness h;
     const QString address = QStringLiteral("192.0.2.7");
     auto peer = h.connect(address);
-    for (int attempt = 0; attempt < 10; ++attempt) {
-        // Guessing across accounts and invite codes counts against the address.
+    // Ten failures on one account lock that account, not the others behind the same address.
+    for (int attempt = 0; attempt < 10; ++attempt)
+        peer.exchange(ClientFrame::login({h.email(giulia), QStringLiteral("x"), testClient()}));
+    EXPECT_EQ(
+        errorCode(
+            peer.exchange(ClientFrame::login({h.email(giulia), demoPassword, testClient()})).at(0)),
+        "rate_limited");
+    EXPECT_EQ(h.signIn(h.email(luca), demoPassword, address).welcome.me.name, luca);
+
+    // Guessing across accounts and invite codes counts against the address; wrong codes count
+    // against no account.
+    for (int attempt = 10; attempt < 100; ++attempt) {
         const ClientFrame frame =
             attempt % 2
-                ? ClientFrame::redeem(redeemRequest(QStringLiteral("ZZZZ-ZZZ%1").arg(attempt)))
+                ? ClientFrame::redeem(redeemRequest(QStringLiteral("ZZZZ-Z%1").arg(attempt)))
                 : ClientFrame::login(
                       {QStringLiteral("x%1@a.it").arg(attempt), QStringLiteral("p"), testClient()});
-        const auto frames = peer.exchange(frame);
-        EXPECT_NE(errorCode(frames.at(0)), "rate_limited");
+        EXPECT_NE(errorCode(peer.exchange(frame).at(0)), "rate_limited") << attempt;
     }
-    auto frames = peer.exchange(ClientFrame::login({h.email(giulia), demoPassword, testClient()}));
+    auto frames = peer.exchange(ClientFrame::login({h.email(luca), demoPassword, testClient()}));
     EXPECT_EQ(errorCode(frames.at(0)), "rate_limited");
     frames = peer.exchange(ClientFrame::redeem(redeemRequest(QStringLiteral("ABCD-EFGH"))));
     EXPECT_EQ(errorCode(frames.at(0)), "rate_limited");
-    EXPECT_EQ(h.signIn(h.email(giulia), demoPassword, QStringLiteral("192.0.2.8")).welcome.me.name,
-              giulia);
+    EXPECT_EQ(h.signIn(h.email(luca), demoPassword, QStringLiteral("192.0.2.8")).welcome.me.name,
+              luca);
+    h.clock.advance(std::chrono::minutes(10));
+    EXPECT_EQ(h.signIn(h.email(luca), demoPassword, address).welcome.me.name, luca);
 }

@@ -4,25 +4,16 @@
 // a decoded server frame and the close code it saw.
 
 #include "support/EventLoopWait.h"
+#include "support/TestClient.h"
 #include "wire/Frames.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QUrl>
 #include <QWebSocket>
 #include <functional>
 #include <gtest/gtest.h>
 
-namespace brevio::testing {
-
-// Runs the event loop until `condition` holds (see waitUntil).
-inline bool waitFor(const std::function<bool()>& condition) {
-    return test::waitUntil(condition);
-}
-
-inline ClientInfo testClientInfo() {
-    return ClientInfo{3, QStringLiteral("1.0"), 100, "test"};
-}
+namespace brevio::test {
 
 class WsTestClient {
 public:
@@ -43,7 +34,7 @@ public:
 
     bool open(const QUrl& url) {
         socket.open(url);
-        return waitFor(
+        return waitUntil(
                    [&] { return socket.state() == QAbstractSocket::ConnectedState || closed; }) &&
                !closed;
     }
@@ -55,7 +46,7 @@ public:
     // Waits for the first frame not yet taken that satisfies `match`, and takes it.
     std::optional<ServerFrame> take(const std::function<bool(const ServerFrame&)>& match) {
         std::optional<ServerFrame> found;
-        waitFor([&] {
+        waitUntil([&] {
             for (auto it = frames.begin(); it != frames.end(); ++it) {
                 if (match(*it)) {
                     found = std::move(*it);
@@ -78,7 +69,7 @@ public:
 
     // Signs in and returns the welcome.
     std::optional<Welcome> login(const QString& email, const QString& password) {
-        send(ClientFrame::login(LoginRequest{email, password, testClientInfo()}));
+        send(ClientFrame::login(LoginRequest{email, password, testClient()}));
         auto frame = take([](const ServerFrame& f) {
             return f.type == ServerFrame::Type::welcome || f.type == ServerFrame::Type::error;
         });
@@ -88,7 +79,7 @@ public:
     }
 
     bool waitClosed() {
-        return waitFor([&] { return closed; });
+        return waitUntil([&] { return closed; });
     }
 
     QWebSocket socket;
@@ -98,4 +89,4 @@ public:
     QWebSocketProtocol::CloseCode closeCode = QWebSocketProtocol::CloseCodeNormal;
 };
 
-} // namespace brevio::testing
+} // namespace brevio::test

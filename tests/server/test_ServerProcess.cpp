@@ -12,7 +12,7 @@
 #include <gtest/gtest.h>
 
 using namespace brevio;
-using namespace brevio::testing;
+using namespace brevio::test;
 
 namespace {
 
@@ -28,7 +28,7 @@ struct RunningServer {
         if (!process.waitForStarted())
             return false;
         QStringList lines;
-        const bool complete = waitFor([&] {
+        const bool complete = waitUntil([&] {
             while (process.canReadLine())
                 lines << QString::fromUtf8(process.readLine()).trimmed();
             return lines.size() >= 1 + expectedAccounts || process.state() == QProcess::NotRunning;
@@ -42,7 +42,7 @@ struct RunningServer {
 
     bool stop(int signalNumber) {
         ::kill(static_cast<pid_t>(process.processId()), signalNumber);
-        return waitFor([&] { return process.state() == QProcess::NotRunning; });
+        return waitUntil([&] { return process.state() == QProcess::NotRunning; });
     }
 
     ~RunningServer() {
@@ -81,7 +81,7 @@ TEST(ServerProcessTest, PrintsAddressAndAccountsServesThemAndEndsNormallyOnSigte
     WsTestClient wrongPassword;
     ASSERT_TRUE(wrongPassword.open(server.url));
     wrongPassword.send(ClientFrame::login(
-        LoginRequest{accounts[0].email, QStringLiteral("corda5679"), testClientInfo()}));
+        LoginRequest{accounts[0].email, QStringLiteral("corda5679"), testClient()}));
     const auto refusal = wrongPassword.takeType(ServerFrame::Type::error);
     ASSERT_TRUE(refusal);
     EXPECT_EQ(refusal->as<ServerError>()->code, QStringLiteral("invalid_credentials"));

@@ -21,7 +21,7 @@ TEST(ServerOptionsTest, DefaultsAndEveryOption) {
     EXPECT_EQ(defaults->seed, ServerOptions::Seed::demo);
     EXPECT_EQ(defaults->minimumBuild, 0);
     EXPECT_TRUE(defaults->autoReply);
-    EXPECT_EQ(defaults->inviteLifetime, 604800);
+    EXPECT_EQ(defaults->inviteLifetime, std::chrono::days(7));
     EXPECT_FALSE(defaults->help);
     EXPECT_EQ(defaults->url(8787), QStringLiteral("ws://127.0.0.1:8787/ws"));
 
@@ -33,7 +33,7 @@ TEST(ServerOptionsTest, DefaultsAndEveryOption) {
     EXPECT_EQ(all->seed, ServerOptions::Seed::none);
     EXPECT_EQ(all->minimumBuild, 42);
     EXPECT_FALSE(all->autoReply);
-    EXPECT_EQ(all->inviteLifetime, 3600.5);
+    EXPECT_EQ(all->inviteLifetime, Duration(3600500));
     EXPECT_EQ(all->url(40123), QStringLiteral("ws://0.0.0.0:40123/ws"));
 
     // "--name=value" means the same as "--name value"; the last occurrence wins.
@@ -76,6 +76,8 @@ TEST(ServerOptionsTest, BadOptionsGiveOneLineNamingTheProblem) {
         {{"--invite-lifetime", "-5"}, "--invite-lifetime"},
         {{"--invite-lifetime", "nan"}, "--invite-lifetime"},
         {{"--invite-lifetime", "inf"}, "--invite-lifetime"},
+        {{"--invite-lifetime", "0.0001"}, "--invite-lifetime"},
+        {{"--invite-lifetime", "1e300"}, "--invite-lifetime"},
         {{"--no-auto-reply=yes"}, "--no-auto-reply"},
     };
     for (const auto& [args, named] : cases) {

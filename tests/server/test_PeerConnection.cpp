@@ -11,7 +11,7 @@
 #include <thread>
 
 using namespace brevio;
-using namespace brevio::testing;
+using namespace brevio::test;
 
 namespace {
 
@@ -57,7 +57,7 @@ protected:
         EXPECT_TRUE(
             client->open(QUrl(QStringLiteral("ws://127.0.0.1:%1/ws").arg(listener.port()))));
         // The client sees the handshake's answer before the listener has made the peer.
-        EXPECT_TRUE(waitFor([&] { return peerCount() == before + 1; }));
+        EXPECT_TRUE(waitUntil([&] { return peerCount() == before + 1; }));
         return client;
     }
 
@@ -78,7 +78,7 @@ TEST_F(PeerConnectionTest, RegistersWithTheAddressDeliversAndDisconnects) {
     const ClientFrame typingFrame =
         ClientFrame::typing(TypingRequest{QStringLiteral("conv-1"), true});
     client->send(typingFrame);
-    ASSERT_TRUE(waitFor([&] {
+    ASSERT_TRUE(waitUntil([&] {
         std::lock_guard lock(endpoint.mutex);
         return !endpoint.delivered.empty();
     }));
@@ -86,11 +86,11 @@ TEST_F(PeerConnectionTest, RegistersWithTheAddressDeliversAndDisconnects) {
     EXPECT_EQ(endpoint.delivered[0].second, typingFrame);
 
     client->socket.close();
-    ASSERT_TRUE(waitFor([&] {
+    ASSERT_TRUE(waitUntil([&] {
         std::lock_guard lock(endpoint.mutex);
         return endpoint.disconnected == std::vector<qint64>{1};
     }));
-    EXPECT_TRUE(waitFor([&] { return listener.connectionCount() == 0; }));
+    EXPECT_TRUE(waitUntil([&] { return listener.connectionCount() == 0; }));
 }
 
 TEST_F(PeerConnectionTest, FramesFromAnotherThreadArriveInOrderThenTheEndClosesNormally) {
@@ -120,11 +120,11 @@ TEST_F(PeerConnectionTest, AClientThatStopsReadingIsCutOffInsteadOfBufferedWitho
     QTcpSocket stalled;
     stalled.setReadBufferSize(64 * 1024);
     stalled.connectToHost(QHostAddress::LocalHost, listener.port());
-    ASSERT_TRUE(waitFor([&] { return stalled.state() == QAbstractSocket::ConnectedState; }));
+    ASSERT_TRUE(waitUntil([&] { return stalled.state() == QAbstractSocket::ConnectedState; }));
     stalled.write("GET /ws HTTP/1.1\r\nHost: 127.0.0.1\r\nUpgrade: websocket\r\n"
                   "Connection: Upgrade\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n"
                   "Sec-WebSocket-Version: 13\r\n\r\n");
-    ASSERT_TRUE(waitFor([&] { return peerCount() == 1; }));
+    ASSERT_TRUE(waitUntil([&] { return peerCount() == 1; }));
     auto healthy = connected();
 
     // Far more than the kernel buffers and the allowed backlog together.
@@ -135,16 +135,16 @@ TEST_F(PeerConnectionTest, AClientThatStopsReadingIsCutOffInsteadOfBufferedWitho
             ServerFrame::typing(TypingEvent{bulky, QStringLiteral("u"), true}));
         QCoreApplication::processEvents();
     }
-    EXPECT_TRUE(waitFor([&] {
+    EXPECT_TRUE(waitUntil([&] {
         std::lock_guard lock(endpoint.mutex);
         return endpoint.disconnected == std::vector<qint64>{1};
     }));
-    EXPECT_TRUE(waitFor([&] { return listener.connectionCount() == 1; }));
+    EXPECT_TRUE(waitUntil([&] { return listener.connectionCount() == 1; }));
 
     // The other connection is untouched.
     const ServerFrame event = ServerFrame::presence(PresenceEvent{QStringLiteral("u-2"), true});
     endpoint.queues[1]->push(event);
-    ASSERT_TRUE(waitFor([&] { return healthy->frames.size() == 1; }));
+    ASSERT_TRUE(waitUntil([&] { return healthy->frames.size() == 1; }));
     EXPECT_EQ(healthy->frames[0], event);
     EXPECT_FALSE(healthy->closed);
 }
