@@ -119,12 +119,8 @@ SessionHarness::SessionHarness(SessionSettings settings, bool withStore) {
     transport.script = [this](FakeConnection& connection, const ClientFrame& frame) {
         server.handle(connection, frame);
     };
-    ClientInfo client;
-    client.version = QStringLiteral("1.0");
-    client.build = 100;
-    client.device = QStringLiteral("Banco di prova");
-    session = std::make_unique<ChatSession>(clock, transport, withStore ? &store : nullptr, client,
-                                            settings);
+    session = std::make_unique<ChatSession>(clock, transport, withStore ? &store : nullptr,
+                                            testClient(), settings);
     session->setOnEvent([this](const SessionEvent& event) { events.push_back(event); });
 }
 
@@ -136,7 +132,7 @@ SessionHarness::~SessionHarness() {
 void SessionHarness::signIn() {
     Outcome<void> outcome;
     session->signIn(serverURL, QStringLiteral("sara@example.test"), QStringLiteral("segreta123"),
-                    outcome.callback());
+                    outcome.done());
     advance(Duration::zero());
     ASSERT_EQ(outcome.calls, 1);
     ASSERT_TRUE(outcome.result->has_value());

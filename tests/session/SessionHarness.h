@@ -5,17 +5,14 @@
 #include "FakeTransport.h"
 #include "model/ManualClock.h"
 #include "session/ChatSession.h"
+#include "support/Outcome.h"
+#include "support/Printing.h"
+#include "support/TestClient.h"
 
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
-#include <ostream>
 #include <vector>
-
-// Readable QStrings in assertion messages.
-inline void PrintTo(const QString& text, std::ostream* os) {
-    *os << '"' << text.toStdString() << '"';
-}
 
 namespace brevio::test {
 
@@ -91,19 +88,6 @@ public:
     MemoryStore store{clock};
     std::unique_ptr<ChatSession> session;
     std::vector<SessionEvent> events;
-};
-
-// Captures the result of an operation's completion.
-template <class T> struct Outcome {
-    int calls = 0;
-    std::optional<std::expected<T, ChatError>> result;
-
-    ChatSession::Done<T> callback() {
-        return [this](std::expected<T, ChatError> r) {
-            ++calls;
-            result = std::move(r);
-        };
-    }
 };
 
 } // namespace brevio::test

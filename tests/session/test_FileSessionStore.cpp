@@ -177,8 +177,7 @@ TEST_F(FileSessionStoreTest, TwoUsersKeepTwoFilesAndSigningOutOneRemovesOnlyItsO
     second.me.id = "u-client1";
     second.me.role = Role::client;
     second.token = "token-2";
-    ClientInfo client;
-    client.build = 100;
+    const ClientInfo client = testClient();
 
     auto signIn = [&](ChatSession& session, const Welcome& welcome) {
         transport.script = [welcome](FakeConnection& c, const ClientFrame& frame) {
@@ -214,7 +213,7 @@ TEST_F(FileSessionStoreTest, ACorruptCredentialsFileLeavesTheSessionSignedOut) {
     store.flush();
     writeRaw(store.credentialsPath(), "{\"server\": \"wss://a.test/ws\", \"tok");
     FakeTransport transport;
-    ChatSession session(clock, transport, &store, ClientInfo{});
+    ChatSession session(clock, transport, &store, testClient());
     session.restore();
     EXPECT_TRUE(session.phase().isSignedOut());
     EXPECT_TRUE(transport.connections.empty());
@@ -228,7 +227,7 @@ TEST_F(FileSessionStoreTest, FlushWritesStateAndCredentialsBeforeItReturns) {
             c.push(ServerFrame::welcome(sampleWelcome()));
     };
     auto store = std::make_unique<FileSessionStore>(dir());
-    ChatSession session(clock, transport, store.get(), ClientInfo{});
+    ChatSession session(clock, transport, store.get(), testClient());
     bool done = false;
     session.signIn(serverURL, "x@y.it", "password1", [&](auto r) { done = r.has_value(); });
     ASSERT_TRUE(waitUntil([&] { return done; }));

@@ -40,7 +40,7 @@ TEST(SessionSignIn, RefusalsAndOddAnswersComeBackAsErrors) {
             c.push(ServerFrame::error({std::nullopt, "invalid_credentials", std::nullopt, {}}));
         };
         Outcome<void> out;
-        h->signIn(serverURL, "a@b.it", "sbagliata", out.callback());
+        h->signIn(serverURL, "a@b.it", "sbagliata", out.done());
         h.advance(0ms);
         ASSERT_EQ(out.calls, 1);
         EXPECT_EQ(*out.result, std::unexpected(ChatError::server("invalid_credentials")));
@@ -54,7 +54,7 @@ TEST(SessionSignIn, RefusalsAndOddAnswersComeBackAsErrors) {
             c.push(ServerFrame::error({std::nullopt, "upgrade_required", std::nullopt, 240}));
         };
         Outcome<void> out;
-        h->redeem(serverURL, "ABCD-EFGH", "Nuovo", "password1", out.callback());
+        h->redeem(serverURL, "ABCD-EFGH", "Nuovo", "password1", out.done());
         h.advance(0ms);
         EXPECT_EQ(*out.result, std::unexpected(ChatError::server("upgrade_required")));
         EXPECT_EQ(h->phase(), SessionPhase::upgradeRequired(240));
@@ -66,7 +66,7 @@ TEST(SessionSignIn, RefusalsAndOddAnswersComeBackAsErrors) {
         };
         Outcome<void> out;
         h->signUp(serverURL, SignUpRequest{"Nome", "n@x.it", {}, "password1", "Ciao", {}, {}},
-                  out.callback());
+                  out.done());
         h.advance(0ms);
         EXPECT_EQ(*out.result, std::unexpected(ChatError::unexpectedReply()));
         EXPECT_TRUE(h.connection().closed);
@@ -77,7 +77,7 @@ TEST(SessionSignIn, RefusalsAndOddAnswersComeBackAsErrors) {
         SessionHarness h;
         h.transport.serverDown = true;
         Outcome<void> out;
-        h->signIn(serverURL, "a@b.it", "password1", out.callback());
+        h->signIn(serverURL, "a@b.it", "password1", out.done());
         h.advance(0ms);
         EXPECT_EQ(*out.result, std::unexpected(ChatError::unreachable()));
         h.advance(1min); // no reconnecting without a sign-in
@@ -87,7 +87,7 @@ TEST(SessionSignIn, RefusalsAndOddAnswersComeBackAsErrors) {
         SessionHarness h;
         h.transport.script = nullptr; // a server that never answers
         Outcome<void> out;
-        h->signIn(serverURL, "a@b.it", "password1", out.callback());
+        h->signIn(serverURL, "a@b.it", "password1", out.done());
         h.advance(15s);
         ASSERT_EQ(out.calls, 1);
         EXPECT_EQ(*out.result, std::unexpected(ChatError::timeout()));
@@ -183,7 +183,7 @@ TEST(SessionFatal, NotAuthenticatedAsAReplyFailsTheRequestAndSignsOut) {
     SessionHarness h;
     h.signIn();
     Outcome<QString> out;
-    h->createGroup("G", {"u-client1"}, out.callback());
+    h->createGroup("G", {"u-client1"}, out.done());
     h.advance(0ms);
     const QString id = h.connection().sentOf(ClientFrame::Type::createGroup)[0]->requestID();
     h.connection().push(ServerFrame::error({id, "not_authenticated", std::nullopt, {}}));
@@ -198,7 +198,7 @@ TEST(SessionSignOut, TheUsersSignOutTellsTheServerAndForgetsTheLocalCopy) {
     h.advance(2s);
     ASSERT_TRUE(h.store.states.contains(staffID));
     Outcome<void> out;
-    h->signOut(out.callback());
+    h->signOut(out.done());
     h.advance(0ms);
     EXPECT_EQ(out.calls, 1);
     EXPECT_EQ(h.connection().sentOf(ClientFrame::Type::logout).size(), 1u);
@@ -214,7 +214,7 @@ TEST(SessionSignOut, AConnectionThatTakesNothingDelaysTheSignOutAtMostTwoSeconds
     h.signIn();
     h.connection().holdSends = true;
     Outcome<void> out;
-    h->signOut(out.callback());
+    h->signOut(out.done());
     h.advance(1999ms);
     EXPECT_TRUE(h->phase().isSignedIn());
     EXPECT_EQ(out.calls, 0);
@@ -492,9 +492,9 @@ TEST(SessionOperations, RepliesOfTheWrongKindFailTheRequest) {
     SessionHarness h;
     h.signIn();
     Outcome<Invite> invite;
-    h->createInvite(std::nullopt, QString("Nuova Srl"), "Ugo", "ugo@nuova.it", invite.callback());
+    h->createInvite(std::nullopt, QString("Nuova Srl"), "Ugo", "ugo@nuova.it", invite.done());
     Outcome<void> react;
-    h->react("c1", 1, QString("👍"), react.callback());
+    h->react("c1", 1, QString("👍"), react.done());
     h.advance(0ms);
     const QString inviteID = h.connection().sentOf(ClientFrame::Type::createInvite)[0]->requestID();
     const QString reactID = h.connection().sentOf(ClientFrame::Type::react)[0]->requestID();

@@ -90,7 +90,7 @@ TEST(SessionBackoff, SigningOutWhileWaitingCancelsTheReconnect) {
     ASSERT_TRUE(h->status().isWaiting());
     const std::size_t connections = h.transport.connections.size();
     Outcome<void> out;
-    h->signOut(out.callback());
+    h->signOut(out.done());
     h.advance(0ms);
     EXPECT_EQ(out.calls, 1);
     EXPECT_TRUE(h->status().isOffline());
@@ -110,9 +110,9 @@ TEST(SessionReplies, ARequestTimesOutAfterFifteenSecondsAndItsLateReplyIsDropped
     ASSERT_EQ(h->state().messages.value("c1").size(), 1);
 
     Outcome<void> edited;
-    h->edit("c1", 1, "Modificato", edited.callback());
+    h->edit("c1", 1, "Modificato", edited.done());
     Outcome<QList<ReceiptEntry>> receipts;
-    h->receipts("c1", 1, receipts.callback());
+    h->receipts("c1", 1, receipts.done());
     h.advance(0ms);
     const auto edits = h.connection().sentOf(ClientFrame::Type::edit);
     const auto asks = h.connection().sentOf(ClientFrame::Type::receipts);
@@ -143,7 +143,7 @@ TEST(SessionReplies, ARequestTimesOutAfterFifteenSecondsAndItsLateReplyIsDropped
 TEST(SessionReplies, RequestsFailAtOnceOfflineAndWithTheConnection) {
     SessionHarness h;
     Outcome<QString> offline;
-    h->createGroup("Gruppo", {"u-client1"}, offline.callback());
+    h->createGroup("Gruppo", {"u-client1"}, offline.done());
     EXPECT_EQ(offline.calls, 0); // never inside the call
     h.advance(0ms);
     ASSERT_EQ(offline.calls, 1);
@@ -151,7 +151,7 @@ TEST(SessionReplies, RequestsFailAtOnceOfflineAndWithTheConnection) {
 
     h.signIn();
     Outcome<QString> pending;
-    h->createGroup("Gruppo", {"u-client1"}, pending.callback());
+    h->createGroup("Gruppo", {"u-client1"}, pending.done());
     h.advance(0ms);
     h.connection().fail();
     h.advance(0ms);
