@@ -1,5 +1,7 @@
 #include "session/ChatSession.h"
 
+#include "model/ServerCode.h"
+
 #include <QPointer>
 #include <cmath>
 
@@ -7,12 +9,12 @@ namespace brevio {
 
 namespace {
 
-bool endsSession(QStringView code) {
-    return code == u"session_expired" || code == u"not_authenticated";
+bool endsSession(const QString& code) {
+    return code == ServerCode::sessionExpired || code == ServerCode::notAuthenticated;
 }
 
-bool isUpgradeRequired(QStringView code) {
-    return code == u"upgrade_required";
+bool isUpgradeRequired(const QString& code) {
+    return code == ServerCode::upgradeRequired;
 }
 
 } // namespace
@@ -21,9 +23,19 @@ ChatSession::ChatSession(Clock& clock, ChatTransport& transport, SessionStore* s
                          ClientInfo clientInfo, Settings settings, QObject* parent)
     : QObject(parent), clock_(clock), transport_(transport), store_(store),
       clientInfo_(std::move(clientInfo)), settings_(settings),
-      replies_(clock, settings.replyTimeout) {}
+      replies_(clock, settings.replyTimeout) {
+    if (store_) {
+        QPointer<ChatSession> self(this);
+        store_->setProblemHandler([self](const StorageProblem& problem) {
+            if (self)
+                self->setStorageProblem(problem);
+        });
+    }
+}
 
 ChatSession::~ChatSession() {
+    if (store_)
+        store_->setProblemHandler({});
     // Close everything so the writer and the connections let go of each other; their pending
     // completions hold this object only weakly.
     if (outgoing_)
@@ -59,11 +71,20 @@ void ChatSession::setStatus(ConnectionStatus status) {
 
 void ChatSession::setState(ChatState state) {
     state_ = std::move(state);
+    saveOutboxIfChanged();
     Q_EMIT stateChanged();
 }
 
 void ChatSession::publishState() {
+    saveOutboxIfChanged();
     Q_EMIT stateChanged();
+}
+
+void ChatSession::setStorageProblem(const StorageProblem& problem) {
+    if (storageProblem_ == problem)
+        return;
+    storageProblem_ = problem;
+    Q_EMIT storageProblemChanged();
 }
 
 void ChatSession::setServer(std::optional<QUrl> server) {
@@ -90,6 +111,11 @@ void ChatSession::setLoadingHistory(QSet<QString> keys) {
 // ---- Restore and sign-in ------------------------------------------------------------------------
 
 void ChatSession::restore() {
+    if (phase_.isSignedIn()) {
+        if (status_.isOffline())
+            retryNow(); // suspended
+        return;
+    }
     if (!phase_.isSignedOut() || !store_)
         return;
     std::optional<SessionCredentials> stored = store_->loadCredentials();
@@ -105,8 +131,10 @@ void ChatSession::restore() {
         if (!self || self->restoreAttempt_ != attempt)
             return;
         self->stateReady_ = true;
-        if (saved)
+        if (saved) {
+            self->savedOutbox_ = saved->outbox;
             self->setState(std::move(*saved));
+        }
         if (self->phase_.isSignedIn() && self->credentials_)
             self->startLoop(nullptr);
     });
@@ -216,6 +244,7 @@ void ChatSession::handleSignInReply(quint64 attempt, const QUrl& server,
             return;
         }
         ChatState state = saved ? std::move(*saved) : ChatState{};
+        self->savedOutbox_ = state.outbox;
         state.applyWelcome(welcome);
         self->stateReady_ = true;
         self->setState(std::move(state));
@@ -338,8 +367,8 @@ void ChatSession::attach(qint64 generation, const Connection& connection) {
     for (const PendingMessage& pending : state_.unsent())
         transmit(pending);
     scheduleSave();
-    if (!deliveryPending_.isEmpty() && !deliveryTask_)
-        noteDelivery(*deliveryPending_.cbegin());
+    deliveryTold_.clear();
+    noteUndelivered();
     startKeepAlive(generation);
 }
 
@@ -514,10 +543,11 @@ void ChatSession::teardown() {
         connecting_->close();
         connecting_.reset();
     }
+    // Everything of the old connection is gone before anyone sees "offline".
+    abandonRequests();
     typingStopTasks_.clear();
     typingSentAt_.clear();
     setStatus(ConnectionStatus::offline());
-    abandonRequests();
 }
 
 void ChatSession::signOutNow(SignOutReason reason, bool keepLocalCopy) {
@@ -537,7 +567,10 @@ void ChatSession::signOutNow(SignOutReason reason, bool keepLocalCopy) {
         else
             store_->deleteState(credentials_->userID);
     }
+    // Nothing pending may write the user's files again.
     saveTask_.reset();
+    firstUnsaved_.reset();
+    savedOutbox_.clear();
     deliveryTask_.reset();
     deliveryPending_.clear();
     typingPruneTask_.reset();
@@ -552,22 +585,29 @@ void ChatSession::signOutNow(SignOutReason reason, bool keepLocalCopy) {
 }
 
 void ChatSession::signOut(Done<void> done) {
+    // Done only once the deletes have reached the disk.
+    auto whenGone = [this, done] {
+        afterStoreWrites([done] {
+            if (done)
+                done({});
+        });
+    };
     if (!phase_.isSignedIn() || !status_.isOnline() || !outgoing_) {
         signOutNow(SignOutReason::userRequested, false);
-        complete(done, {});
+        whenGone();
         return;
     }
     // Tell the server, but never wait more than logoutWait for the connection to take it.
     const quint64 attempt = ++logoutAttempt_;
     QPointer<ChatSession> self(this);
     auto finished = std::make_shared<bool>(false);
-    auto finish = [self, attempt, done, finished] {
+    auto finish = [self, attempt, whenGone, finished] {
         if (!self || *finished)
             return;
         *finished = true;
         if (self->logoutAttempt_ == attempt)
             self->signOutNow(SignOutReason::userRequested, false);
-        self->complete(done, {});
+        whenGone();
     };
     outgoing_->push(
         {ClientFrame::logout(), [finish](std::expected<void, ChatError>) { finish(); }});
@@ -579,8 +619,15 @@ void ChatSession::signOut(Done<void> done) {
 void ChatSession::scheduleSave() {
     if (!store_ || !credentials_)
         return;
+    // A burst costs one write a second after its last change, but a burst that never ends is
+    // written every few seconds all the same.
+    const QDateTime now = clock_.now();
+    if (!firstUnsaved_)
+        firstUnsaved_ = now;
+    const Duration waited(firstUnsaved_->msecsTo(now));
+    const Duration wait = std::clamp(saveMaximumDelay - waited, Duration::zero(), saveDebounce);
     QPointer<ChatSession> self(this);
-    saveTask_ = clock_.schedule(saveDebounce, [self] {
+    saveTask_ = clock_.schedule(wait, [self] {
         if (self)
             self->saveNow();
     });
@@ -588,9 +635,31 @@ void ChatSession::scheduleSave() {
 
 void ChatSession::saveNow() {
     saveTask_.reset();
+    firstUnsaved_.reset();
     if (!store_ || !credentials_ || !stateReady_)
         return;
     store_->saveState(state_.trimmed(savedMessagesPerConversation), credentials_->userID);
+}
+
+void ChatSession::saveOutboxIfChanged() {
+    // Every change of the outbox passes through here; the list is shared, so an unchanged outbox
+    // costs one comparison of two pointers.
+    if (!store_ || !credentials_ || !stateReady_ || state_.outbox == savedOutbox_)
+        return;
+    savedOutbox_ = state_.outbox;
+    store_->saveOutbox(savedOutbox_, credentials_->userID);
+}
+
+void ChatSession::afterStoreWrites(std::function<void()> then) {
+    QPointer<ChatSession> self(this);
+    auto guarded = [self, then = std::move(then)] {
+        if (self)
+            then();
+    };
+    if (store_)
+        store_->whenWritten(std::move(guarded));
+    else
+        QMetaObject::invokeMethod(this, std::move(guarded), Qt::QueuedConnection);
 }
 
 void ChatSession::flush() {

@@ -9,6 +9,7 @@
 #include "session/SessionEvent.h"
 #include "session/SessionPhase.h"
 #include "session/SessionStore.h"
+#include "session/StorageProblem.h"
 #include "state/ChatState.h"
 #include "transport/ChatTransport.h"
 #include "transport/FrameQueue.h"
@@ -62,6 +63,8 @@ public:
     static constexpr Duration typingPruneMinimum{100};
     static constexpr Duration deliveryBatchDelay{250};
     static constexpr Duration saveDebounce{1000};
+    // However busy the session, a change of the state waits no longer than this for its save.
+    static constexpr Duration saveMaximumDelay{5000};
     static constexpr Duration logoutWait{2000};
 
     // `clock`, `transport` and `store` must outlive the session; `store` may be null (then nothing
@@ -78,6 +81,8 @@ public:
     std::optional<SignOutReason> signOutReason() const { return signOutReason_; }
     // History keys ("<conversation id>|older", "<conversation id>|newer") of requests in flight.
     const QSet<QString>& loadingHistory() const { return loadingHistory_; }
+    // The last thing the store could not read or write; nothing while all is well.
+    const std::optional<StorageProblem>& storageProblem() const { return storageProblem_; }
     static QString historyKey(const QString& conversationID, const HistoryDirection& direction);
 
     bool isDemo() const { return settings_.isDemo; }
@@ -90,7 +95,8 @@ public:
     // ---- Lifecycle ----------------------------------------------------------------------------
 
     // With stored credentials: signs in from them, shows the saved state as soon as the store has
-    // read it and connects with the saved token. Only while signed out.
+    // read it and connects with the saved token. While signed in but offline (after suspend), it
+    // connects again.
     void restore();
     // Sign-in with e-mail and password, an invite, or a sign-up request. The error is the
     // transport's (unreachable, invalidServerAddress), the server's refusal, unexpectedReply for
@@ -104,7 +110,8 @@ public:
     // connecting or online.
     void retryNow();
     // The user's sign-out: when online, tells the server and waits for that at most 2 s, then
-    // forgets the credentials and the saved state of this user.
+    // forgets the credentials and the saved state of this user. `done` runs once they are gone
+    // from disk.
     void signOut(Done<void> done = {});
     // Signs out at once. With `keepLocalCopy` the state is saved for the next sign-in of the same
     // user, otherwise the user's saved state is deleted.
@@ -169,6 +176,7 @@ Q_SIGNALS:
     void serverChanged();
     void signOutReasonChanged();
     void loadingHistoryChanged();
+    void storageProblemChanged();
 
 private:
     static std::expected<void, ChatError> applyChangeReply(const QPointer<ChatSession>& self,
@@ -211,6 +219,10 @@ private:
     void complete(const Done<T>& done, std::type_identity_t<std::expected<T, ChatError>> result);
     void scheduleSave();
     void saveNow();
+    void saveOutboxIfChanged();
+    // Runs `then` on the main thread once the store has carried out everything asked of it so far.
+    void afterStoreWrites(std::function<void()> then);
+    void setStorageProblem(const StorageProblem& problem);
 
     // Operations and events (ChatSessionOperations.cpp).
     void transmit(const PendingMessage& pending);
@@ -227,6 +239,10 @@ private:
     void afterInsert(const ChatMessage& message, const InsertResult& result, bool live);
     void noteDeliveries(const QList<ChatMessage>& messages);
     void noteDelivery(const QString& conversationID);
+    // The seq a delivered receipt for the conversation would carry; 0 when none is due.
+    qint64 undeliveredSeq(const QString& conversationID) const;
+    // Makes every conversation due whose receipt the server does not have.
+    void noteUndelivered();
     void sendDeliveries();
     void schedulePrune();
     bool isMine(const ChatMessage& message) const;
@@ -254,10 +270,15 @@ private:
     std::optional<QUrl> server_;
     std::optional<SignOutReason> signOutReason_;
     QSet<QString> loadingHistory_;
+    std::optional<StorageProblem> storageProblem_;
 
     std::optional<SessionCredentials> credentials_;
     // False while the saved state is being read: nothing may be saved over it until it is in.
     bool stateReady_ = true;
+    // The first change since the last save.
+    std::optional<QDateTime> firstUnsaved_;
+    // The outbox as last handed to the store; any other outbox is written at once.
+    QList<PendingMessage> savedOutbox_;
     Connection connection_;
     Outgoing outgoing_;
     Connection connecting_; // a resume in progress
@@ -284,6 +305,8 @@ private:
     QHash<QString, QDateTime> typingSentAt_;
     std::map<QString, TimerHandle> typingStopTasks_;
     QSet<QString> deliveryPending_;
+    // The highest seq told in a delivered receipt on the current connection, by conversation.
+    QHash<QString, qint64> deliveryTold_;
 };
 
 template <class T>

@@ -81,10 +81,8 @@ void ChatSession::transmit(const PendingMessage& pending) {
 void ChatSession::handleSendResult(const QString& clientID, ReplyTable::Result result) {
     if (result && result->type == ServerFrame::Type::ack) {
         const ChatMessage& message = result->as<Ack>()->message;
+        // insert() retires the pending copy (a conversation removed meanwhile took it along).
         const InsertResult inserted = state_.insert(message);
-        // insert() retires the pending copy; an ack for a conversation that is gone meanwhile
-        // must not leave it behind either.
-        state_.removePending(clientID);
         publishState();
         afterInsert(message, inserted, false);
         scheduleSave();
@@ -94,10 +92,24 @@ void ChatSession::handleSendResult(const QString& clientID, ReplyTable::Result r
     // Lost with the connection: the entry stays unsent and goes out again at the next attach.
     if (error.kind == ChatError::Kind::notConnected)
         return;
-    if (state_.setFailure(clientID, error.description())) {
-        publishState();
-        scheduleSave();
+    const auto entry =
+        std::find_if(state_.outbox.cbegin(), state_.outbox.cend(),
+                     [&](const PendingMessage& p) { return p.clientID == clientID; });
+    if (entry == state_.outbox.cend())
+        return;
+    QStringList failed{clientID};
+    if (error.kind == ChatError::Kind::timeout) {
+        // The server may never have had it. Whatever was written after it in the conversation
+        // waits with it for the user's retry, or the next connection would send those first.
+        for (auto later = entry + 1; later != state_.outbox.cend(); ++later) {
+            if (later->conversationID == entry->conversationID && !later->failure)
+                failed.append(later->clientID);
+        }
     }
+    for (const QString& id : failed)
+        state_.setFailure(id, error.description());
+    publishState();
+    scheduleSave();
 }
 
 bool ChatSession::retrySend(const QString& clientID) {
@@ -314,30 +326,42 @@ void ChatSession::noteDelivery(const QString& conversationID) {
     });
 }
 
+qint64 ChatSession::undeliveredSeq(const QString& conversationID) const {
+    const auto conversation = state_.conversations.constFind(conversationID);
+    if (conversation == state_.conversations.cend() || !state_.me)
+        return 0;
+    const qint64 seq = std::max(conversation->lastSeq, lastLoadedSeq(state_, conversationID));
+    // The user's own mark in the state is the server's (welcome and events): a receipt the
+    // server never took leaves it behind, and the conversation stays due.
+    if (conversation->delivered.value(state_.me->id, 0) >= seq ||
+        deliveryTold_.value(conversationID, 0) >= seq)
+        return 0;
+    return seq;
+}
+
+void ChatSession::noteUndelivered() {
+    for (auto it = state_.conversations.cbegin(); it != state_.conversations.cend(); ++it) {
+        if (undeliveredSeq(it.key()) > 0)
+            deliveryPending_.insert(it.key());
+    }
+    if (!deliveryPending_.isEmpty())
+        noteDelivery(*deliveryPending_.cbegin());
+}
+
 void ChatSession::sendDeliveries() {
     deliveryTask_.reset();
     // Offline, the conversations stay due and go with the next batch.
     if (!status_.isOnline() || !outgoing_ || !state_.me)
         return;
-    const QString me = state_.me->id;
     QStringList due(deliveryPending_.cbegin(), deliveryPending_.cend());
     due.sort();
     deliveryPending_.clear();
-    bool changed = false;
     for (const QString& id : due) {
-        const auto conversation = state_.conversations.constFind(id);
-        if (conversation == state_.conversations.cend())
+        const qint64 seq = undeliveredSeq(id);
+        if (seq <= 0)
             continue;
-        const qint64 seq = std::max(conversation->lastSeq, lastLoadedSeq(state_, id));
-        if (seq <= 0 || conversation->delivered.value(me, 0) >= seq)
-            continue; // already told
         post(ClientFrame::delivered({id, seq}));
-        state_.advanceDelivered(id, me, seq);
-        changed = true;
-    }
-    if (changed) {
-        publishState();
-        scheduleSave();
+        deliveryTold_.insert(id, seq);
     }
 }
 

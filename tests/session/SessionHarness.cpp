@@ -6,7 +6,15 @@ namespace brevio::test {
 
 std::optional<ChatState> MemoryStore::loadState(const QString& userID) {
     const auto it = states.find(userID);
-    return it == states.end() ? std::nullopt : std::optional<ChatState>(it->second);
+    std::optional<ChatState> state =
+        it == states.end() ? std::nullopt : std::optional<ChatState>(it->second);
+    // The outbox written on its own is the newer one.
+    if (const auto outbox = outboxes.find(userID); outbox != outboxes.end()) {
+        if (!state)
+            state.emplace();
+        state->outbox = outbox->second;
+    }
+    return state;
 }
 
 void MemoryStore::loadStateAsync(const QString& userID, StateLoaded done) {
@@ -18,6 +26,15 @@ void MemoryStore::loadStateAsync(const QString& userID, StateLoaded done) {
 void MemoryStore::saveState(ChatState state, const QString& userID) {
     states[userID] = std::move(state);
     writes.push_back({userID, clock_.now()});
+}
+
+void MemoryStore::saveOutbox(QList<PendingMessage> outbox, const QString& userID) {
+    outboxes[userID] = std::move(outbox);
+    outboxWrites.push_back({userID, clock_.now()});
+}
+
+void MemoryStore::whenWritten(std::function<void()> done) {
+    QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(done), Qt::QueuedConnection);
 }
 
 Welcome sampleWelcome() {

@@ -16,7 +16,7 @@
 
 namespace brevio::test {
 
-// Keeps everything in memory and records when each state write happened.
+// Keeps everything in memory and records when each state and outbox write happened.
 class MemoryStore final : public SessionStore {
 public:
     explicit MemoryStore(Clock& clock) : clock_(clock) {}
@@ -27,8 +27,14 @@ public:
     std::optional<ChatState> loadState(const QString& userID) override;
     void loadStateAsync(const QString& userID, StateLoaded done) override;
     void saveState(ChatState state, const QString& userID) override;
-    void deleteState(const QString& userID) override { states.erase(userID); }
+    void saveOutbox(QList<PendingMessage> outbox, const QString& userID) override;
+    void deleteState(const QString& userID) override {
+        states.erase(userID);
+        outboxes.erase(userID);
+    }
     void flush() override { ++flushes; }
+    void whenWritten(std::function<void()> done) override;
+    void setProblemHandler(ProblemHandler handler) override { problemHandler = std::move(handler); }
 
     struct Write {
         QString userID;
@@ -36,8 +42,11 @@ public:
     };
     std::optional<SessionCredentials> credentials;
     std::map<QString, ChatState> states;
+    std::map<QString, QList<PendingMessage>> outboxes;
     std::vector<Write> writes;
+    std::vector<Write> outboxWrites;
     int flushes = 0;
+    ProblemHandler problemHandler;
 
 private:
     Clock& clock_;
