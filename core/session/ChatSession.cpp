@@ -23,7 +23,18 @@ ChatSession::ChatSession(Clock& clock, ChatTransport& transport, SessionStore* s
                          ClientInfo clientInfo, Settings settings, QObject* parent)
     : QObject(parent), clock_(clock), transport_(transport), store_(store),
       clientInfo_(std::move(clientInfo)), settings_(settings),
-      replies_(clock, settings.replyTimeout) {
+      replies_(clock, settings.replyTimeout), saving_(clock, store, state_,
+                                                      [this]() -> std::optional<QString> {
+                                                          // Nothing is written for nobody, nor over
+                                                          // a saved state not read yet.
+                                                          if (!credentials_ || !stateReady_)
+                                                              return std::nullopt;
+                                                          return credentials_->userID;
+                                                      }),
+      receipts_(clock, state_, [this](ClientFrame frame) { return post(std::move(frame)); }),
+      typing_(
+          clock, state_, [this](ClientFrame frame) { return post(std::move(frame)); },
+          [this] { publishState(); }) {
     if (store_) {
         QPointer<ChatSession> self(this);
         store_->setProblemHandler([self](const StorageProblem& problem) {
@@ -71,12 +82,12 @@ void ChatSession::setStatus(ConnectionStatus status) {
 
 void ChatSession::setState(ChatState state) {
     state_ = std::move(state);
-    saveOutboxIfChanged();
+    saving_.outboxMayHaveChanged();
     Q_EMIT stateChanged();
 }
 
 void ChatSession::publishState() {
-    saveOutboxIfChanged();
+    saving_.outboxMayHaveChanged();
     Q_EMIT stateChanged();
 }
 
@@ -132,7 +143,7 @@ void ChatSession::restore() {
             return;
         self->stateReady_ = true;
         if (saved) {
-            self->savedOutbox_ = saved->outbox;
+            self->saving_.adoptOutbox(saved->outbox);
             self->setState(std::move(*saved));
         }
         if (self->phase_.isSignedIn() && self->credentials_)
@@ -225,7 +236,7 @@ void ChatSession::handleSignInReply(quint64 attempt, const QUrl& server,
 
     // Whatever ran before ends here; a previous user's unsaved changes are written first.
     if (credentials_ && credentials_->userID != credentials.userID)
-        saveNow();
+        saving_.saveNow();
     ++restoreAttempt_;
     teardown();
     if (store_)
@@ -244,7 +255,7 @@ void ChatSession::handleSignInReply(quint64 attempt, const QUrl& server,
             return;
         }
         ChatState state = saved ? std::move(*saved) : ChatState{};
-        self->savedOutbox_ = state.outbox;
+        self->saving_.adoptOutbox(state.outbox);
         state.applyWelcome(welcome);
         self->stateReady_ = true;
         self->setState(std::move(state));
@@ -366,9 +377,8 @@ void ChatSession::attach(qint64 generation, const Connection& connection) {
     synchronizeConversations();
     for (const PendingMessage& pending : state_.unsent())
         transmit(pending);
-    scheduleSave();
-    deliveryTold_.clear();
-    noteUndelivered();
+    saving_.schedule();
+    receipts_.connected();
     startKeepAlive(generation);
 }
 
@@ -545,8 +555,7 @@ void ChatSession::teardown() {
     }
     // Everything of the old connection is gone before anyone sees "offline".
     abandonRequests();
-    typingStopTasks_.clear();
-    typingSentAt_.clear();
+    typing_.clear();
     setStatus(ConnectionStatus::offline());
 }
 
@@ -563,17 +572,14 @@ void ChatSession::signOutNow(SignOutReason reason, bool keepLocalCopy) {
     }
     if (credentials_ && store_) {
         if (keepLocalCopy)
-            saveNow();
+            saving_.saveNow();
         else
             store_->deleteState(credentials_->userID);
     }
     // Nothing pending may write the user's files again.
-    saveTask_.reset();
-    firstUnsaved_.reset();
-    savedOutbox_.clear();
-    deliveryTask_.reset();
-    deliveryPending_.clear();
-    typingPruneTask_.reset();
+    saving_.cancel();
+    receipts_.clear();
+    typing_.stopPruning();
     teardown();
     if (store_)
         store_->deleteCredentials();
@@ -616,40 +622,6 @@ void ChatSession::signOut(Done<void> done) {
 
 // ---- Saving -------------------------------------------------------------------------------------
 
-void ChatSession::scheduleSave() {
-    if (!store_ || !credentials_)
-        return;
-    // A burst costs one write a second after its last change, but a burst that never ends is
-    // written every few seconds all the same.
-    const QDateTime now = clock_.now();
-    if (!firstUnsaved_)
-        firstUnsaved_ = now;
-    const Duration waited(firstUnsaved_->msecsTo(now));
-    const Duration wait = std::clamp(saveMaximumDelay - waited, Duration::zero(), saveDebounce);
-    QPointer<ChatSession> self(this);
-    saveTask_ = clock_.schedule(wait, [self] {
-        if (self)
-            self->saveNow();
-    });
-}
-
-void ChatSession::saveNow() {
-    saveTask_.reset();
-    firstUnsaved_.reset();
-    if (!store_ || !credentials_ || !stateReady_)
-        return;
-    store_->saveState(state_.trimmed(savedMessagesPerConversation), credentials_->userID);
-}
-
-void ChatSession::saveOutboxIfChanged() {
-    // Every change of the outbox passes through here; the list is shared, so an unchanged outbox
-    // costs one comparison of two pointers.
-    if (!store_ || !credentials_ || !stateReady_ || state_.outbox == savedOutbox_)
-        return;
-    savedOutbox_ = state_.outbox;
-    store_->saveOutbox(savedOutbox_, credentials_->userID);
-}
-
 void ChatSession::afterStoreWrites(std::function<void()> then) {
     QPointer<ChatSession> self(this);
     auto guarded = [self, then = std::move(then)] {
@@ -663,7 +635,7 @@ void ChatSession::afterStoreWrites(std::function<void()> then) {
 }
 
 void ChatSession::flush() {
-    saveNow();
+    saving_.saveNow();
     if (!store_)
         return;
     if (credentials_)
@@ -672,7 +644,7 @@ void ChatSession::flush() {
 }
 
 void ChatSession::suspend() {
-    saveNow();
+    saving_.saveNow();
     teardown();
 }
 

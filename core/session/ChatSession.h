@@ -4,12 +4,15 @@
 #include "model/ChatError.h"
 #include "model/Clock.h"
 #include "session/ConnectionStatus.h"
+#include "session/DeliveryReceipts.h"
 #include "session/ReplyTable.h"
+#include "session/SaveScheduler.h"
 #include "session/SessionCredentials.h"
 #include "session/SessionEvent.h"
 #include "session/SessionPhase.h"
 #include "session/SessionStore.h"
 #include "session/StorageProblem.h"
+#include "session/TypingSender.h"
 #include "state/ChatState.h"
 #include "transport/ChatTransport.h"
 #include "transport/FrameQueue.h"
@@ -39,7 +42,8 @@ struct SessionSettings {
 
 // The one object of the core that talks to a server: it owns the connection, the signed-in user's
 // ChatState, every request waiting for its reply and every timer of the client (reconnect,
-// keep-alive, save, typing, delivered receipts).
+// keep-alive, save, typing, delivered receipts). The save scheduling, the delivered receipts and
+// typing are helpers it owns, each with its own fields and timers.
 //
 // Main thread only. Every wait goes through the injected Clock, so the whole engine runs in virtual
 // time under a ManualClock. Completion callbacks are never called inside the call that takes them:
@@ -55,16 +59,6 @@ public:
     using Settings = SessionSettings;
 
     static constexpr qint64 historyPageSize = 100;
-    static constexpr qsizetype savedMessagesPerConversation = 200;
-    static constexpr Duration typingResendInterval{3000};
-    static constexpr Duration typingAutoStop{5000};
-    static constexpr Duration remoteTypingLife{6000};
-    static constexpr Duration typingPruneMargin{50};
-    static constexpr Duration typingPruneMinimum{100};
-    static constexpr Duration deliveryBatchDelay{250};
-    static constexpr Duration saveDebounce{1000};
-    // However busy the session, a change of the state waits no longer than this for its save.
-    static constexpr Duration saveMaximumDelay{5000};
     static constexpr Duration logoutWait{2000};
 
     // `clock`, `transport` and `store` must outlive the session; `store` may be null (then nothing
@@ -217,9 +211,6 @@ private:
     bool post(ClientFrame frame);
     template <class T>
     void complete(const Done<T>& done, std::type_identity_t<std::expected<T, ChatError>> result);
-    void scheduleSave();
-    void saveNow();
-    void saveOutboxIfChanged();
     // Runs `then` on the main thread once the store has carried out everything asked of it so far.
     void afterStoreWrites(std::function<void()> then);
     void setStorageProblem(const StorageProblem& problem);
@@ -237,14 +228,6 @@ private:
     void synchronizeConversations();
     void applyEvent(const ServerFrame& frame);
     void afterInsert(const ChatMessage& message, const InsertResult& result, bool live);
-    void noteDeliveries(const QList<ChatMessage>& messages);
-    void noteDelivery(const QString& conversationID);
-    // The seq a delivered receipt for the conversation would carry; 0 when none is due.
-    qint64 undeliveredSeq(const QString& conversationID) const;
-    // Makes every conversation due whose receipt the server does not have.
-    void noteUndelivered();
-    void sendDeliveries();
-    void schedulePrune();
     bool isMine(const ChatMessage& message) const;
     void raise(const SessionEvent& event);
 
@@ -275,10 +258,7 @@ private:
     std::optional<SessionCredentials> credentials_;
     // False while the saved state is being read: nothing may be saved over it until it is in.
     bool stateReady_ = true;
-    // The first change since the last save.
-    std::optional<QDateTime> firstUnsaved_;
-    // The outbox as last handed to the store; any other outbox is written at once.
-    QList<PendingMessage> savedOutbox_;
+
     Connection connection_;
     Outgoing outgoing_;
     Connection connecting_; // a resume in progress
@@ -294,19 +274,16 @@ private:
     TimerHandle signInTimer_;  // a sign-in that gets no answer
     TimerHandle pingTask_;
     TimerHandle pongTimer_;
-    TimerHandle saveTask_;
-    TimerHandle typingPruneTask_;
-    TimerHandle deliveryTask_;
     TimerHandle logoutTimer_;
 
     ReplyTable replies_;
     QHash<QString, HistoryRequestInfo> historyRequests_;
     QHash<QString, ChangesRequestInfo> changesRequests_;
-    QHash<QString, QDateTime> typingSentAt_;
-    std::map<QString, TimerHandle> typingStopTasks_;
-    QSet<QString> deliveryPending_;
-    // The highest seq told in a delivered receipt on the current connection, by conversation.
-    QHash<QString, qint64> deliveryTold_;
+
+    // After the state they read: they go first, and their timers with them.
+    SaveScheduler saving_;
+    DeliveryReceipts receipts_;
+    TypingSender typing_;
 };
 
 template <class T>

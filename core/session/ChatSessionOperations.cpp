@@ -59,7 +59,7 @@ QString ChatSession::send(const QString& conversationID, const QString& text,
     if (!state_.appendPending(pending))
         return {};
     publishState();
-    scheduleSave(); // the outbox survives a restart
+    saving_.schedule(); // the outbox survives a restart
     stopTyping(conversationID);
     if (status_.isOnline())
         transmit(pending);
@@ -85,7 +85,7 @@ void ChatSession::handleSendResult(const QString& clientID, ReplyTable::Result r
         const InsertResult inserted = state_.insert(message);
         publishState();
         afterInsert(message, inserted, false);
-        scheduleSave();
+        saving_.schedule();
         return;
     }
     const ChatError error = result ? ChatError::unexpectedReply() : result.error();
@@ -109,7 +109,7 @@ void ChatSession::handleSendResult(const QString& clientID, ReplyTable::Result r
     for (const QString& id : failed)
         state_.setFailure(id, error.description());
     publishState();
-    scheduleSave();
+    saving_.schedule();
 }
 
 bool ChatSession::retrySend(const QString& clientID) {
@@ -122,7 +122,7 @@ bool ChatSession::retrySend(const QString& clientID) {
         state_.setFailure(clientID, std::nullopt);
         pending.failure.reset();
         publishState();
-        scheduleSave();
+        saving_.schedule();
     }
     if (status_.isOnline())
         transmit(pending);
@@ -133,7 +133,7 @@ bool ChatSession::discardPending(const QString& clientID) {
     if (!state_.removePending(clientID))
         return false;
     publishState();
-    scheduleSave();
+    saving_.schedule();
     return true;
 }
 
@@ -151,7 +151,7 @@ std::expected<void, ChatError> ChatSession::applyChangeReply(const QPointer<Chat
     if (message && self) {
         self->state_.applyUpdate(*message);
         self->publishState();
-        self->scheduleSave();
+        self->saving_.schedule();
     }
     return {};
 }
@@ -232,8 +232,8 @@ void ChatSession::handleHistoryResult(const QString& id, ReplyTable::Result resu
     state_.mergeHistory(info.conversationID, page.messages, page.hasMore,
                         info.direction.reachesBack());
     publishState();
-    noteDeliveries(page.messages);
-    scheduleSave();
+    receipts_.noteMessages(page.messages);
+    saving_.schedule();
     // A newer page that did not reach the end: keep going, as long as each page moves forward.
     if (info.direction.kind == HistoryDirection::Kind::newer && page.hasMore) {
         const qint64 last = lastLoadedSeq(state_, info.conversationID);
@@ -266,8 +266,8 @@ void ChatSession::handleChangesResult(const QString& id, ReplyTable::Result resu
     const std::optional<qint64> missingAfter =
         state_.mergeChanges(info.conversationID, page.messages, page.revision);
     publishState();
-    noteDeliveries(page.messages);
-    scheduleSave();
+    receipts_.noteMessages(page.messages);
+    saving_.schedule();
     if (page.hasMore && page.revision > info.since)
         requestChanges(info.conversationID, page.revision);
     else if (missingAfter)
@@ -304,106 +304,16 @@ void ChatSession::markRead(const QString& conversationID) {
     if (!seq)
         return;
     publishState();
-    scheduleSave();
+    saving_.schedule();
     post(ClientFrame::read({conversationID, *seq}));
 }
 
-void ChatSession::noteDeliveries(const QList<ChatMessage>& messages) {
-    for (const ChatMessage& message : messages) {
-        if (!isMine(message))
-            noteDelivery(message.conversationID);
-    }
-}
-
-void ChatSession::noteDelivery(const QString& conversationID) {
-    deliveryPending_.insert(conversationID);
-    if (deliveryTask_)
-        return;
-    QPointer<ChatSession> self(this);
-    deliveryTask_ = clock_.schedule(deliveryBatchDelay, [self] {
-        if (self)
-            self->sendDeliveries();
-    });
-}
-
-qint64 ChatSession::undeliveredSeq(const QString& conversationID) const {
-    const auto conversation = state_.conversations.constFind(conversationID);
-    if (conversation == state_.conversations.cend() || !state_.me)
-        return 0;
-    const qint64 seq = std::max(conversation->lastSeq, lastLoadedSeq(state_, conversationID));
-    // The user's own mark in the state is the server's (welcome and events): a receipt the
-    // server never took leaves it behind, and the conversation stays due.
-    if (conversation->delivered.value(state_.me->id, 0) >= seq ||
-        deliveryTold_.value(conversationID, 0) >= seq)
-        return 0;
-    return seq;
-}
-
-void ChatSession::noteUndelivered() {
-    for (auto it = state_.conversations.cbegin(); it != state_.conversations.cend(); ++it) {
-        if (undeliveredSeq(it.key()) > 0)
-            deliveryPending_.insert(it.key());
-    }
-    if (!deliveryPending_.isEmpty())
-        noteDelivery(*deliveryPending_.cbegin());
-}
-
-void ChatSession::sendDeliveries() {
-    deliveryTask_.reset();
-    // Offline, the conversations stay due and go with the next batch.
-    if (!status_.isOnline() || !outgoing_ || !state_.me)
-        return;
-    QStringList due(deliveryPending_.cbegin(), deliveryPending_.cend());
-    due.sort();
-    deliveryPending_.clear();
-    for (const QString& id : due) {
-        const qint64 seq = undeliveredSeq(id);
-        if (seq <= 0)
-            continue;
-        post(ClientFrame::delivered({id, seq}));
-        deliveryTold_.insert(id, seq);
-    }
-}
-
 void ChatSession::typing(const QString& conversationID) {
-    const QDateTime now = clock_.now();
-    const auto sent = typingSentAt_.constFind(conversationID);
-    if (sent == typingSentAt_.cend() || sent->msecsTo(now) >= typingResendInterval.count()) {
-        if (post(ClientFrame::typing({conversationID, true})))
-            typingSentAt_.insert(conversationID, now);
-    }
-    QPointer<ChatSession> self(this);
-    typingStopTasks_[conversationID] = clock_.schedule(typingAutoStop, [self, conversationID] {
-        if (self)
-            self->stopTyping(conversationID);
-    });
+    typing_.keystroke(conversationID);
 }
 
 void ChatSession::stopTyping(const QString& conversationID) {
-    const bool signalled = typingSentAt_.remove(conversationID) > 0;
-    typingStopTasks_.erase(conversationID);
-    // Only a typing mark the others were actually shown needs taking back.
-    if (signalled)
-        post(ClientFrame::typing({conversationID, false}));
-}
-
-void ChatSession::schedulePrune() {
-    if (typingPruneTask_)
-        return;
-    const std::optional<QDateTime> earliest = state_.earliestTypingExpiry();
-    if (!earliest)
-        return;
-    const Duration wait =
-        std::max(Duration(clock_.now().msecsTo(*earliest)) + typingPruneMargin, typingPruneMinimum);
-    QPointer<ChatSession> self(this);
-    typingPruneTask_ = clock_.schedule(wait, [self] {
-        if (!self)
-            return;
-        self->typingPruneTask_.reset();
-        if (self->state_.pruneTyping(self->clock_.now()))
-            self->publishState();
-        self->schedulePrune();
-    });
+    typing_.stop(conversationID);
 }
 
 void ChatSession::receipts(const QString& conversationID, qint64 seq,
@@ -442,7 +352,7 @@ void ChatSession::updateClient(const QString& clientID, std::optional<QString> n
                       if (self) {
                           self->state_.upsertClient(event->client);
                           self->publishState();
-                          self->scheduleSave();
+                          self->saving_.schedule();
                       }
                       return {};
                   }
@@ -510,7 +420,7 @@ void ChatSession::afterInsert(const ChatMessage& message, const InsertResult& re
     const bool fresh =
         result.kind == InsertResult::Kind::added || result.kind == InsertResult::Kind::gap;
     if (live && fresh && !isMine(message)) {
-        noteDelivery(message.conversationID);
+        receipts_.note(message.conversationID);
         raise(SessionEvent::incoming(message));
     }
 }
@@ -521,14 +431,14 @@ void ChatSession::applyEvent(const ServerFrame& frame) {
         const ChatMessage& message = frame.as<MessageEvent>()->message;
         const InsertResult result = state_.insert(message);
         publishState();
-        scheduleSave();
+        saving_.schedule();
         afterInsert(message, result, true);
         break;
     }
     case ServerFrame::Type::messageUpdated:
         state_.applyUpdate(frame.as<MessageEvent>()->message);
         publishState();
-        scheduleSave();
+        saving_.schedule();
         break;
     case ServerFrame::Type::delivered:
     case ServerFrame::Type::read: {
@@ -538,19 +448,14 @@ void ChatSession::applyEvent(const ServerFrame& frame) {
         else
             state_.advanceDelivered(event.conversationID, event.userID, event.seq);
         publishState();
-        scheduleSave();
+        saving_.schedule();
         break;
     }
     case ServerFrame::Type::typing: {
         // Typing and presence are never saved, so they schedule no write.
         const TypingEvent& event = *frame.as<TypingEvent>();
-        if (event.isTyping)
-            state_.setTyping(event.conversationID, event.userID,
-                             clock_.now().addMSecs(remoteTypingLife.count()));
-        else
-            state_.clearTyping(event.conversationID, event.userID);
+        typing_.remote(event.conversationID, event.userID, event.isTyping);
         publishState();
-        schedulePrune();
         break;
     }
     case ServerFrame::Type::presence: {
@@ -562,28 +467,27 @@ void ChatSession::applyEvent(const ServerFrame& frame) {
     case ServerFrame::Type::conversation:
         state_.upsertConversation(frame.as<ConversationEvent>()->conversation);
         publishState();
-        scheduleSave();
+        saving_.schedule();
         break;
     case ServerFrame::Type::conversationRemoved: {
         const QString id = frame.as<ConversationRemovedEvent>()->conversationID;
         state_.removeConversation(id);
-        typingSentAt_.remove(id);
-        typingStopTasks_.erase(id);
-        deliveryPending_.remove(id);
+        typing_.forget(id);
+        receipts_.forget(id);
         publishState();
-        scheduleSave();
+        saving_.schedule();
         raise(SessionEvent::removed(id));
         break;
     }
     case ServerFrame::Type::client:
         state_.upsertClient(frame.as<ClientEvent>()->client);
         publishState();
-        scheduleSave();
+        saving_.schedule();
         break;
     case ServerFrame::Type::user:
         state_.upsertUser(frame.as<UserEvent>()->user);
         publishState();
-        scheduleSave();
+        saving_.schedule();
         break;
     default:
         break; // unknown types, and replies nobody waits for
