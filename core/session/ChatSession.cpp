@@ -31,6 +31,17 @@ ChatSession::ChatSession(Clock& clock, ChatTransport& transport, SessionStore* s
                                                               return std::nullopt;
                                                           return credentials_->userID;
                                                       }),
+      history_(state_,
+               {[this] { return status_.isOnline() && outgoing_ != nullptr; },
+                [this](ClientFrame frame, const QString& id, ReplyTable::Completion completion) {
+                    request(std::move(frame), id, std::move(completion));
+                },
+                [this](const QList<ChatMessage>& messages) {
+                    publishState();
+                    receipts_.noteMessages(messages);
+                    saving_.schedule();
+                },
+                [this] { Q_EMIT loadingHistoryChanged(); }}),
       receipts_(clock, state_, [this](ClientFrame frame) { return post(std::move(frame)); }),
       typing_(
           clock, state_, [this](ClientFrame frame) { return post(std::move(frame)); },
@@ -58,10 +69,7 @@ ChatSession::~ChatSession() {
 }
 
 QString ChatSession::historyKey(const QString& conversationID, const HistoryDirection& direction) {
-    // Latest and newer share a key on purpose: they must never run together.
-    return conversationID + (direction.kind == HistoryDirection::Kind::older
-                                 ? QStringLiteral("|older")
-                                 : QStringLiteral("|newer"));
+    return HistorySync::key(conversationID, direction);
 }
 
 // ---- Published setters --------------------------------------------------------------------------
@@ -110,13 +118,6 @@ void ChatSession::setSignOutReason(std::optional<SignOutReason> reason) {
         return;
     signOutReason_ = reason;
     Q_EMIT signOutReasonChanged();
-}
-
-void ChatSession::setLoadingHistory(QSet<QString> keys) {
-    if (loadingHistory_ == keys)
-        return;
-    loadingHistory_ = std::move(keys);
-    Q_EMIT loadingHistoryChanged();
 }
 
 // ---- Restore and sign-in ------------------------------------------------------------------------
@@ -374,7 +375,7 @@ void ChatSession::attach(qint64 generation, const Connection& connection) {
     Writer::next(queue, connection);
 
     setStatus(ConnectionStatus::online());
-    synchronizeConversations();
+    history_.synchronize();
     for (const PendingMessage& pending : state_.unsent())
         transmit(pending);
     saving_.schedule();
@@ -526,9 +527,7 @@ bool ChatSession::handleFatal(const ServerError& error) {
 
 void ChatSession::abandonRequests() {
     std::vector<ReplyTable::Completion> waiting = replies_.takeAll();
-    historyRequests_.clear();
-    changesRequests_.clear();
-    setLoadingHistory({});
+    history_.abandon();
     for (auto& completion : waiting)
         completion(std::unexpected(ChatError::notConnected()));
 }

@@ -5,6 +5,7 @@
 #include "model/Clock.h"
 #include "session/ConnectionStatus.h"
 #include "session/DeliveryReceipts.h"
+#include "session/HistorySync.h"
 #include "session/ReplyTable.h"
 #include "session/SaveScheduler.h"
 #include "session/SessionCredentials.h"
@@ -42,8 +43,8 @@ struct SessionSettings {
 
 // The one object of the core that talks to a server: it owns the connection, the signed-in user's
 // ChatState, every request waiting for its reply and every timer of the client (reconnect,
-// keep-alive, save, typing, delivered receipts). The save scheduling, the delivered receipts and
-// typing are helpers it owns, each with its own fields and timers.
+// keep-alive, save, typing, delivered receipts). The save scheduling, history and changes, the
+// delivered receipts and typing are helpers it owns, each with its own fields and timers.
 //
 // Main thread only. Every wait goes through the injected Clock, so the whole engine runs in virtual
 // time under a ManualClock. Completion callbacks are never called inside the call that takes them:
@@ -58,7 +59,7 @@ public:
 
     using Settings = SessionSettings;
 
-    static constexpr qint64 historyPageSize = 100;
+    static constexpr qint64 historyPageSize = HistorySync::pageSize;
     static constexpr Duration logoutWait{2000};
 
     // `clock`, `transport` and `store` must outlive the session; `store` may be null (then nothing
@@ -74,7 +75,7 @@ public:
     const std::optional<QUrl>& server() const { return server_; }
     std::optional<SignOutReason> signOutReason() const { return signOutReason_; }
     // History keys ("<conversation id>|older", "<conversation id>|newer") of requests in flight.
-    const QSet<QString>& loadingHistory() const { return loadingHistory_; }
+    const QSet<QString>& loadingHistory() const { return history_.loading(); }
     // The last thing the store could not read or write; nothing while all is well.
     const std::optional<StorageProblem>& storageProblem() const { return storageProblem_; }
     static QString historyKey(const QString& conversationID, const HistoryDirection& direction);
@@ -181,14 +182,6 @@ private:
     };
     using Connection = std::shared_ptr<TransportConnection>;
     using Outgoing = std::shared_ptr<FrameQueue<OutgoingFrame>>;
-    struct HistoryRequestInfo {
-        QString conversationID;
-        HistoryDirection direction;
-    };
-    struct ChangesRequestInfo {
-        QString conversationID;
-        qint64 since = 0;
-    };
 
     // Lifecycle (ChatSession.cpp).
     void authenticate(const QUrl& server, ClientFrame frame, Done<void> done);
@@ -221,11 +214,6 @@ private:
     template <class T>
     void ask(ClientFrame frame, const QString& id, Done<T> done,
              std::function<std::expected<T, ChatError>(const ServerFrame&)> onReply);
-    void handleHistoryResult(const QString& id, ReplyTable::Result result);
-    void requestChanges(const QString& conversationID, qint64 since);
-    void handleChangesResult(const QString& id, ReplyTable::Result result);
-    void catchUp(const QString& conversationID);
-    void synchronizeConversations();
     void applyEvent(const ServerFrame& frame);
     void afterInsert(const ChatMessage& message, const InsertResult& result, bool live);
     bool isMine(const ChatMessage& message) const;
@@ -238,7 +226,6 @@ private:
     void publishState();
     void setServer(std::optional<QUrl> server);
     void setSignOutReason(std::optional<SignOutReason> reason);
-    void setLoadingHistory(QSet<QString> keys);
 
     Clock& clock_;
     ChatTransport& transport_;
@@ -252,7 +239,6 @@ private:
     ChatState state_;
     std::optional<QUrl> server_;
     std::optional<SignOutReason> signOutReason_;
-    QSet<QString> loadingHistory_;
     std::optional<StorageProblem> storageProblem_;
 
     std::optional<SessionCredentials> credentials_;
@@ -277,11 +263,10 @@ private:
     TimerHandle logoutTimer_;
 
     ReplyTable replies_;
-    QHash<QString, HistoryRequestInfo> historyRequests_;
-    QHash<QString, ChangesRequestInfo> changesRequests_;
 
     // After the state they read: they go first, and their timers with them.
     SaveScheduler saving_;
+    HistorySync history_;
     DeliveryReceipts receipts_;
     TypingSender typing_;
 };

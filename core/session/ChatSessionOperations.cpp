@@ -11,11 +11,6 @@ namespace brevio {
 
 namespace {
 
-qint64 lastLoadedSeq(const ChatState& state, const QString& conversationID) {
-    const auto it = state.messages.constFind(conversationID);
-    return it == state.messages.cend() || it->isEmpty() ? 0 : it->last().seq;
-}
-
 std::expected<void, ChatError> expectOk(const ServerFrame& frame) {
     if (frame.type == ServerFrame::Type::ok)
         return {};
@@ -182,119 +177,11 @@ void ChatSession::react(const QString& conversationID, qint64 seq, std::optional
 // ---- History and changes ------------------------------------------------------------------------
 
 void ChatSession::loadHistory(const QString& conversationID, HistoryDirection direction) {
-    const QString key = historyKey(conversationID, direction);
-    if (loadingHistory_.contains(key) || !status_.isOnline() || !outgoing_ ||
-        !state_.conversations.contains(conversationID))
-        return;
-    const QString id = SystemRandom::uuid();
-    historyRequests_.insert(id, {conversationID, direction});
-    QSet<QString> keys = loadingHistory_;
-    keys.insert(key);
-    setLoadingHistory(std::move(keys));
-
-    HistoryRequest page{id, conversationID, std::nullopt, std::nullopt, historyPageSize};
-    if (direction.kind == HistoryDirection::Kind::newer)
-        page.after = direction.seq;
-    else if (direction.kind == HistoryDirection::Kind::older)
-        page.before = direction.seq;
-    QPointer<ChatSession> self(this);
-    request(ClientFrame::history(std::move(page)), id, [self, id](ReplyTable::Result result) {
-        if (self)
-            self->handleHistoryResult(id, std::move(result));
-    });
+    history_.load(conversationID, direction);
 }
 
 void ChatSession::loadOlder(const QString& conversationID) {
-    const qint64 first = [&]() -> qint64 {
-        const auto it = state_.messages.constFind(conversationID);
-        return it == state_.messages.cend() || it->isEmpty() ? 0 : it->first().seq;
-    }();
-    loadHistory(conversationID,
-                first > 0 ? HistoryDirection::older(first) : HistoryDirection::latest());
-}
-
-void ChatSession::handleHistoryResult(const QString& id, ReplyTable::Result result) {
-    // Gone from the table: the request was abandoned with its connection, and a newer request
-    // may own the key by now.
-    const auto it = historyRequests_.constFind(id);
-    if (it == historyRequests_.cend())
-        return;
-    const HistoryRequestInfo info = *it;
-    historyRequests_.erase(it);
-    QSet<QString> keys = loadingHistory_;
-    keys.remove(historyKey(info.conversationID, info.direction));
-    setLoadingHistory(std::move(keys));
-    if (!result || result->type != ServerFrame::Type::history)
-        return; // the view may ask again
-
-    const HistoryPage& page = *result->as<HistoryPage>();
-    const qint64 before = lastLoadedSeq(state_, info.conversationID);
-    state_.mergeHistory(info.conversationID, page.messages, page.hasMore,
-                        info.direction.reachesBack());
-    publishState();
-    receipts_.noteMessages(page.messages);
-    saving_.schedule();
-    // A newer page that did not reach the end: keep going, as long as each page moves forward.
-    if (info.direction.kind == HistoryDirection::Kind::newer && page.hasMore) {
-        const qint64 last = lastLoadedSeq(state_, info.conversationID);
-        if (last > std::max(before, info.direction.seq))
-            loadHistory(info.conversationID, HistoryDirection::newer(last));
-    }
-}
-
-void ChatSession::requestChanges(const QString& conversationID, qint64 since) {
-    const QString id = SystemRandom::uuid();
-    changesRequests_.insert(id, {conversationID, since});
-    QPointer<ChatSession> self(this);
-    request(ClientFrame::changes({id, conversationID, since}), id,
-            [self, id](ReplyTable::Result result) {
-                if (self)
-                    self->handleChangesResult(id, std::move(result));
-            });
-}
-
-void ChatSession::handleChangesResult(const QString& id, ReplyTable::Result result) {
-    const auto it = changesRequests_.constFind(id);
-    if (it == changesRequests_.cend())
-        return;
-    const ChangesRequestInfo info = *it;
-    changesRequests_.erase(it);
-    if (!result || result->type != ServerFrame::Type::changes)
-        return;
-
-    const ChangesPage& page = *result->as<ChangesPage>();
-    const std::optional<qint64> missingAfter =
-        state_.mergeChanges(info.conversationID, page.messages, page.revision);
-    publishState();
-    receipts_.noteMessages(page.messages);
-    saving_.schedule();
-    if (page.hasMore && page.revision > info.since)
-        requestChanges(info.conversationID, page.revision);
-    else if (missingAfter)
-        loadHistory(info.conversationID, HistoryDirection::newer(*missingAfter));
-    else
-        catchUp(info.conversationID);
-}
-
-void ChatSession::catchUp(const QString& conversationID) {
-    // Messages the changes could not place after the loaded list (a hole) come as newer pages.
-    const auto conversation = state_.conversations.constFind(conversationID);
-    if (conversation == state_.conversations.cend())
-        return;
-    const qint64 last = lastLoadedSeq(state_, conversationID);
-    if (last > 0 && conversation->lastSeq > last)
-        loadHistory(conversationID, HistoryDirection::newer(last));
-}
-
-void ChatSession::synchronizeConversations() {
-    QStringList ids = state_.conversations.keys();
-    ids.sort();
-    for (const QString& id : ids) {
-        if (lastLoadedSeq(state_, id) > 0)
-            requestChanges(id, state_.revisions.value(id, 0));
-        else if (state_.conversations.value(id).lastSeq > 0)
-            loadHistory(id, HistoryDirection::latest());
-    }
+    history_.loadOlder(conversationID);
 }
 
 // ---- Receipts, read marks, typing ---------------------------------------------------------------
@@ -416,7 +303,7 @@ void ChatSession::setAvatar(std::optional<QString> image, Done<void> done) {
 
 void ChatSession::afterInsert(const ChatMessage& message, const InsertResult& result, bool live) {
     if (result.kind == InsertResult::Kind::gap)
-        loadHistory(message.conversationID, HistoryDirection::newer(result.after));
+        history_.load(message.conversationID, HistoryDirection::newer(result.after));
     const bool fresh =
         result.kind == InsertResult::Kind::added || result.kind == InsertResult::Kind::gap;
     if (live && fresh && !isMine(message)) {
