@@ -3,6 +3,7 @@
 #include "model/Backoff.h"
 #include "model/ChatError.h"
 #include "model/Clock.h"
+#include "session/ConnectionLoop.h"
 #include "session/ConnectionStatus.h"
 #include "session/DeliveryReceipts.h"
 #include "session/HistorySync.h"
@@ -16,17 +17,14 @@
 #include "session/TypingSender.h"
 #include "state/ChatState.h"
 #include "transport/ChatTransport.h"
-#include "transport/FrameQueue.h"
 #include "wire/Frames.h"
 
-#include <QHash>
 #include <QObject>
 #include <QSet>
 #include <QUrl>
 #include <chrono>
 #include <expected>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <type_traits>
@@ -51,6 +49,7 @@ struct SessionSettings {
 // they run later on the main thread, and not at all once the session is gone. Timers and callbacks
 // that belong to a replaced connection discard themselves: `generation` rises at every start of a
 // receive loop and at every teardown, and they compare it (and the connection) when they wake.
+// The connection itself, with its keep-alive and back-off, is the ConnectionLoop it owns.
 class ChatSession : public QObject {
     Q_OBJECT
 public:
@@ -176,26 +175,15 @@ Q_SIGNALS:
 private:
     static std::expected<void, ChatError> applyChangeReply(const QPointer<ChatSession>& self,
                                                            const ServerFrame& frame);
-    struct OutgoingFrame {
-        ClientFrame frame;
-        std::function<void(std::expected<void, ChatError>)> sent; // optional
-    };
     using Connection = std::shared_ptr<TransportConnection>;
-    using Outgoing = std::shared_ptr<FrameQueue<OutgoingFrame>>;
 
     // Lifecycle (ChatSession.cpp).
     void authenticate(const QUrl& server, ClientFrame frame, Done<void> done);
     void handleSignInReply(quint64 attempt, const QUrl& server, const Connection& connection,
                            ServerFrame frame, const Done<void>& done);
-    void startLoop(Connection connection);
-    void connectStep(qint64 generation);
-    void handleResumeReply(qint64 generation, const Connection& connection, ServerFrame frame);
-    void attach(qint64 generation, const Connection& connection);
-    void receiveNext(qint64 generation, const Connection& connection);
-    void connectionLost(const Connection& connection);
-    void scheduleReconnect(qint64 generation);
-    void startKeepAlive(qint64 generation);
-    void ping(qint64 generation);
+    ConnectionLoop::Hooks loopHooks();
+    void welcomed(const Welcome& welcome);
+    void attached();
     bool handleFatal(const ServerError& error);
     void teardown();
     void abandonRequests();
@@ -245,21 +233,12 @@ private:
     // False while the saved state is being read: nothing may be saved over it until it is in.
     bool stateReady_ = true;
 
-    Connection connection_;
-    Outgoing outgoing_;
-    Connection connecting_; // a resume in progress
-    qint64 generation_ = 0;
-    int attempts_ = 0; // reconnection attempts of the current loop
     quint64 signInAttempt_ = 0;
     Connection signInConnection_;
     quint64 restoreAttempt_ = 0;
     quint64 logoutAttempt_ = 0;
 
-    TimerHandle retryTask_;
-    TimerHandle connectTimer_; // a resume that gets no answer
-    TimerHandle signInTimer_;  // a sign-in that gets no answer
-    TimerHandle pingTask_;
-    TimerHandle pongTimer_;
+    TimerHandle signInTimer_; // a sign-in that gets no answer
     TimerHandle logoutTimer_;
 
     ReplyTable replies_;
@@ -269,6 +248,8 @@ private:
     HistorySync history_;
     DeliveryReceipts receipts_;
     TypingSender typing_;
+    // Last: it goes first, closing the connections before anything they report to.
+    ConnectionLoop loop_;
 };
 
 template <class T>
