@@ -43,7 +43,8 @@ void SaveScheduler::outboxMayHaveChanged() {
 void SaveScheduler::cancel() {
     task_.reset();
     firstUnsaved_.reset();
-    savedOutbox_.clear();
+    // The outbox last written stays: whatever is published before the owner is gone compares
+    // equal and writes nothing after a delete. The next owner's outbox is adopted at its load.
 }
 
 } // namespace brevio

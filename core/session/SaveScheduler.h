@@ -38,7 +38,7 @@ public:
     void outboxMayHaveChanged();
     // The outbox the store already holds (a loaded state's), which needs no writing.
     void adoptOutbox(const QList<PendingMessage>& outbox) { savedOutbox_ = outbox; }
-    // Drops the pending save and forgets what was written (signed out).
+    // Drops the pending save (signing out).
     void cancel();
 
 private:
