@@ -1,5 +1,7 @@
 #include "session/ChatSession.h"
 
+#include "model/ServerCode.h"
+
 #include <QPointer>
 #include <cmath>
 
@@ -7,12 +9,12 @@ namespace brevio {
 
 namespace {
 
-bool endsSession(QStringView code) {
-    return code == u"session_expired" || code == u"not_authenticated";
+bool endsSession(const QString& code) {
+    return code == ServerCode::sessionExpired || code == ServerCode::notAuthenticated;
 }
 
-bool isUpgradeRequired(QStringView code) {
-    return code == u"upgrade_required";
+bool isUpgradeRequired(const QString& code) {
+    return code == ServerCode::upgradeRequired;
 }
 
 } // namespace
@@ -21,24 +23,51 @@ ChatSession::ChatSession(Clock& clock, ChatTransport& transport, SessionStore* s
                          ClientInfo clientInfo, Settings settings, QObject* parent)
     : QObject(parent), clock_(clock), transport_(transport), store_(store),
       clientInfo_(std::move(clientInfo)), settings_(settings),
-      replies_(clock, settings.replyTimeout) {}
-
-ChatSession::~ChatSession() {
-    // Close everything so the writer and the connections let go of each other; their pending
-    // completions hold this object only weakly.
-    if (outgoing_)
-        outgoing_->finish();
-    for (const Connection& connection : {connection_, connecting_, signInConnection_}) {
-        if (connection)
-            connection->close();
+      replies_(clock, settings.replyTimeout), saving_(clock, store, state_,
+                                                      [this]() -> std::optional<QString> {
+                                                          // Nothing is written for nobody, nor over
+                                                          // a saved state not read yet.
+                                                          if (!credentials_ || !stateReady_)
+                                                              return std::nullopt;
+                                                          return credentials_->userID;
+                                                      }),
+      history_(state_,
+               {[this] { return status_.isOnline() && loop_.attached(); },
+                [this](ClientFrame frame, const QString& id, ReplyTable::Completion completion) {
+                    request(std::move(frame), id, std::move(completion));
+                },
+                [this](const QList<ChatMessage>& messages) {
+                    publishState();
+                    receipts_.noteMessages(messages);
+                    saving_.schedule();
+                },
+                [this] { Q_EMIT loadingHistoryChanged(); }}),
+      receipts_(clock, state_, [this](ClientFrame frame) { return post(std::move(frame)); }),
+      typing_(
+          clock, state_, [this](ClientFrame frame) { return post(std::move(frame)); },
+          [this] { publishState(); }),
+      loop_(clock, transport, clientInfo_, settings.backoff, settings.pingInterval,
+            settings.replyTimeout, loopHooks()) {
+    if (store_) {
+        QPointer<ChatSession> self(this);
+        store_->setProblemHandler([self](const StorageProblem& problem) {
+            if (self)
+                self->setStorageProblem(problem);
+        });
     }
 }
 
+ChatSession::~ChatSession() {
+    if (store_)
+        store_->setProblemHandler({});
+    // The loop closes its own connections; a sign-in in progress is closed here. Pending
+    // completions hold this object only weakly.
+    if (signInConnection_)
+        signInConnection_->close();
+}
+
 QString ChatSession::historyKey(const QString& conversationID, const HistoryDirection& direction) {
-    // Latest and newer share a key on purpose: they must never run together.
-    return conversationID + (direction.kind == HistoryDirection::Kind::older
-                                 ? QStringLiteral("|older")
-                                 : QStringLiteral("|newer"));
+    return HistorySync::key(conversationID, direction);
 }
 
 // ---- Published setters --------------------------------------------------------------------------
@@ -59,11 +88,20 @@ void ChatSession::setStatus(ConnectionStatus status) {
 
 void ChatSession::setState(ChatState state) {
     state_ = std::move(state);
+    saving_.outboxMayHaveChanged();
     Q_EMIT stateChanged();
 }
 
 void ChatSession::publishState() {
+    saving_.outboxMayHaveChanged();
     Q_EMIT stateChanged();
+}
+
+void ChatSession::setStorageProblem(const StorageProblem& problem) {
+    if (storageProblem_ == problem)
+        return;
+    storageProblem_ = problem;
+    Q_EMIT storageProblemChanged();
 }
 
 void ChatSession::setServer(std::optional<QUrl> server) {
@@ -80,16 +118,14 @@ void ChatSession::setSignOutReason(std::optional<SignOutReason> reason) {
     Q_EMIT signOutReasonChanged();
 }
 
-void ChatSession::setLoadingHistory(QSet<QString> keys) {
-    if (loadingHistory_ == keys)
-        return;
-    loadingHistory_ = std::move(keys);
-    Q_EMIT loadingHistoryChanged();
-}
-
 // ---- Restore and sign-in ------------------------------------------------------------------------
 
 void ChatSession::restore() {
+    if (phase_.isSignedIn()) {
+        if (status_.isOffline())
+            retryNow(); // suspended
+        return;
+    }
     if (!phase_.isSignedOut() || !store_)
         return;
     std::optional<SessionCredentials> stored = store_->loadCredentials();
@@ -105,10 +141,12 @@ void ChatSession::restore() {
         if (!self || self->restoreAttempt_ != attempt)
             return;
         self->stateReady_ = true;
-        if (saved)
+        if (saved) {
+            self->saving_.adoptOutbox(saved->outbox);
             self->setState(std::move(*saved));
+        }
         if (self->phase_.isSignedIn() && self->credentials_)
-            self->startLoop(nullptr);
+            self->loop_.start(nullptr);
     });
 }
 
@@ -197,7 +235,7 @@ void ChatSession::handleSignInReply(quint64 attempt, const QUrl& server,
 
     // Whatever ran before ends here; a previous user's unsaved changes are written first.
     if (credentials_ && credentials_->userID != credentials.userID)
-        saveNow();
+        saving_.saveNow();
     ++restoreAttempt_;
     teardown();
     if (store_)
@@ -216,12 +254,13 @@ void ChatSession::handleSignInReply(quint64 attempt, const QUrl& server,
             return;
         }
         ChatState state = saved ? std::move(*saved) : ChatState{};
+        self->saving_.adoptOutbox(state.outbox);
         state.applyWelcome(welcome);
         self->stateReady_ = true;
         self->setState(std::move(state));
         self->setSignOutReason(std::nullopt);
         self->setPhase(SessionPhase::signedIn());
-        self->startLoop(connection);
+        self->loop_.start(connection);
         self->complete(done, {});
     };
     if (store_) {
@@ -233,222 +272,64 @@ void ChatSession::handleSignInReply(quint64 attempt, const QUrl& server,
     }
 }
 
-// ---- Receive loop -------------------------------------------------------------------------------
+// ---- Connection ---------------------------------------------------------------------------------
 
-void ChatSession::startLoop(Connection connection) {
-    ++generation_;
-    const qint64 generation = generation_;
-    attempts_ = 0;
-    retryTask_.reset();
-    if (connection) {
-        attach(generation, connection);
-        receiveNext(generation, connection);
-    } else {
-        connectStep(generation);
+ConnectionLoop::Hooks ChatSession::loopHooks() {
+    return {[this]() -> std::optional<SessionCredentials> {
+                if (!phase_.isSignedIn())
+                    return std::nullopt;
+                return credentials_;
+            },
+            [this](ConnectionStatus status) { setStatus(std::move(status)); },
+            [this](const Welcome& welcome) { welcomed(welcome); },
+            [this](const ServerError& error) { return handleFatal(error); },
+            [this] { attached(); },
+            [this](const ServerFrame& frame) { dispatch(frame); },
+            [this] { abandonRequests(); }};
+}
+
+void ChatSession::welcomed(const Welcome& welcome) {
+    state_.applyWelcome(welcome);
+    publishState();
+    SessionCredentials renewed{credentials_->server, welcome.token, welcome.me.id};
+    if (renewed != *credentials_) {
+        credentials_ = renewed;
+        if (store_)
+            store_->saveCredentials(renewed);
     }
 }
 
-void ChatSession::connectStep(qint64 generation) {
-    retryTask_.reset();
-    if (!phase_.isSignedIn() || !credentials_) {
-        setStatus(ConnectionStatus::offline());
-        return;
-    }
-    setStatus(ConnectionStatus::connecting());
-    auto opened = transport_.connect(credentials_->server);
-    if (!opened) {
-        scheduleReconnect(generation);
-        return;
-    }
-    Connection connection = *opened;
-    connecting_ = connection;
-    connection->send(ClientFrame::resume({credentials_->token, clientInfo_}),
-                     [connection](std::expected<void, ChatError> sent) {
-                         if (!sent)
-                             connection->close(); // the receive below fails and backs off
-                     });
-    connectTimer_ = clock_.schedule(settings_.replyTimeout, [connection] { connection->close(); });
-    QPointer<ChatSession> self(this);
-    connection->receive(
-        [self, generation, connection](std::expected<ServerFrame, ChatError> first) {
-            if (!self || self->generation_ != generation || self->connecting_ != connection) {
-                connection->close();
-                return;
-            }
-            self->connecting_.reset();
-            self->connectTimer_.reset();
-            if (!first) {
-                connection->close();
-                self->scheduleReconnect(generation);
-                return;
-            }
-            self->handleResumeReply(generation, connection, std::move(*first));
-        });
-}
-
-void ChatSession::handleResumeReply(qint64 generation, const Connection& connection,
-                                    ServerFrame frame) {
-    if (const auto* welcome = frame.as<Welcome>()) {
-        state_.applyWelcome(*welcome);
-        publishState();
-        SessionCredentials renewed{credentials_->server, welcome->token, welcome->me.id};
-        if (renewed != *credentials_) {
-            credentials_ = renewed;
-            if (store_)
-                store_->saveCredentials(renewed);
-        }
-        attempts_ = 0;
-        attach(generation, connection);
-        receiveNext(generation, connection);
-        return;
-    }
-    connection->close();
-    if (const auto* error = frame.as<ServerError>(); error && handleFatal(*error))
-        return;
-    // Any other answer (a refusal such as "rate_limited", a stray frame): try again later.
-    scheduleReconnect(generation);
-}
-
-void ChatSession::attach(qint64 generation, const Connection& connection) {
-    auto queue = std::make_shared<FrameQueue<OutgoingFrame>>();
-    outgoing_ = queue;
-    connection_ = connection;
-
-    // The writer: one frame at a time, in order, until the queue is finished. It holds neither
-    // the session nor the generation; finishing the queue and closing the connection end it.
-    struct Writer {
-        static void next(const Outgoing& queue, const Connection& connection) {
-            queue->next([queue, connection](std::optional<OutgoingFrame> item) {
-                if (!item)
-                    return;
-                auto sent = std::move(item->sent);
-                connection->send(std::move(item->frame),
-                                 [queue, connection, sent](std::expected<void, ChatError> result) {
-                                     if (sent)
-                                         sent(result);
-                                     next(queue, connection);
-                                 });
-            });
-        }
-    };
-    Writer::next(queue, connection);
-
-    setStatus(ConnectionStatus::online());
-    synchronizeConversations();
+void ChatSession::attached() {
+    history_.synchronize();
     for (const PendingMessage& pending : state_.unsent())
         transmit(pending);
-    scheduleSave();
-    if (!deliveryPending_.isEmpty() && !deliveryTask_)
-        noteDelivery(*deliveryPending_.cbegin());
-    startKeepAlive(generation);
-}
-
-void ChatSession::receiveNext(qint64 generation, const Connection& connection) {
-    QPointer<ChatSession> self(this);
-    connection->receive(
-        [self, generation, connection](std::expected<ServerFrame, ChatError> result) {
-            if (!self || self->generation_ != generation || self->connection_ != connection)
-                return; // a replaced connection: whatever it says changes nothing
-            if (!result) {
-                self->connectionLost(connection);
-                self->scheduleReconnect(generation);
-                return;
-            }
-            self->dispatch(*result);
-            if (self && self->generation_ == generation && self->connection_ == connection)
-                self->receiveNext(generation, connection);
-        });
-}
-
-void ChatSession::connectionLost(const Connection& connection) {
-    connection->close();
-    if (outgoing_) {
-        outgoing_->finish();
-        outgoing_.reset();
-    }
-    connection_.reset();
-    pingTask_.reset();
-    pongTimer_.reset();
-    abandonRequests();
-}
-
-void ChatSession::scheduleReconnect(qint64 generation) {
-    if (!phase_.isSignedIn() || !credentials_) {
-        setStatus(ConnectionStatus::offline());
-        return;
-    }
-    ++attempts_;
-    const double seconds = settings_.backoff.delay(attempts_);
-    const Duration delay(std::llround(seconds * 1000.0));
-    setStatus(ConnectionStatus::waiting(clock_.now().addMSecs(delay.count())));
-    QPointer<ChatSession> self(this);
-    retryTask_ = clock_.schedule(delay, [self, generation] {
-        if (self && self->generation_ == generation)
-            self->connectStep(generation);
-    });
+    saving_.schedule();
+    receipts_.connected();
 }
 
 void ChatSession::retryNow() {
     if (status_.isWaiting()) {
-        // Cancelling the wait makes the loop go on at once.
-        retryTask_.reset();
-        connectStep(generation_);
+        loop_.retryNow();
         return;
     }
     if (status_.isOffline() && phase_.isSignedIn() && credentials_ && stateReady_)
-        startLoop(nullptr);
-}
-
-// ---- Keep-alive ---------------------------------------------------------------------------------
-
-void ChatSession::startKeepAlive(qint64 generation) {
-    pongTimer_.reset();
-    QPointer<ChatSession> self(this);
-    pingTask_ = clock_.schedule(settings_.pingInterval, [self, generation] {
-        if (self && self->generation_ == generation)
-            self->ping(generation);
-    });
-}
-
-void ChatSession::ping(qint64 generation) {
-    Connection connection = connection_;
-    if (!connection)
-        return;
-    QPointer<ChatSession> self(this);
-    // No pong in time: closing makes the receive fail, and the back-off takes over.
-    pongTimer_ = clock_.schedule(settings_.replyTimeout, [self, generation, connection] {
-        if (self && self->generation_ == generation && self->connection_ == connection)
-            connection->close();
-    });
-    connection->ping([self, generation, connection](std::expected<void, ChatError> result) {
-        if (!self || self->generation_ != generation || self->connection_ != connection)
-            return;
-        self->pongTimer_.reset();
-        if (!result) {
-            connection->close();
-            return;
-        }
-        self->startKeepAlive(generation);
-    });
+        loop_.start(nullptr);
 }
 
 // ---- Requests -----------------------------------------------------------------------------------
 
 bool ChatSession::post(ClientFrame frame) {
-    if (!outgoing_ || !status_.isOnline())
-        return false;
-    outgoing_->push({std::move(frame), {}});
-    return true;
+    return status_.isOnline() && loop_.post(std::move(frame));
 }
 
 void ChatSession::request(ClientFrame frame, const QString& id, ReplyTable::Completion completion) {
-    if (!outgoing_ || !status_.isOnline()) {
+    if (!status_.isOnline() || !loop_.attached()) {
         completion(std::unexpected(ChatError::notConnected()));
         return;
     }
     if (!replies_.add(id, std::move(completion)))
         return; // the same request is already on its way (a resend of an unacknowledged message)
-    outgoing_->push({std::move(frame), {}});
+    loop_.post(std::move(frame));
 }
 
 void ChatSession::dispatch(const ServerFrame& frame) {
@@ -487,9 +368,7 @@ bool ChatSession::handleFatal(const ServerError& error) {
 
 void ChatSession::abandonRequests() {
     std::vector<ReplyTable::Completion> waiting = replies_.takeAll();
-    historyRequests_.clear();
-    changesRequests_.clear();
-    setLoadingHistory({});
+    history_.abandon();
     for (auto& completion : waiting)
         completion(std::unexpected(ChatError::notConnected()));
 }
@@ -497,27 +376,11 @@ void ChatSession::abandonRequests() {
 // ---- Teardown and sign-out ----------------------------------------------------------------------
 
 void ChatSession::teardown() {
-    ++generation_;
-    retryTask_.reset();
-    connectTimer_.reset();
-    pingTask_.reset();
-    pongTimer_.reset();
-    if (outgoing_) {
-        outgoing_->finish();
-        outgoing_.reset();
-    }
-    if (connection_) {
-        connection_->close();
-        connection_.reset();
-    }
-    if (connecting_) {
-        connecting_->close();
-        connecting_.reset();
-    }
-    typingStopTasks_.clear();
-    typingSentAt_.clear();
-    setStatus(ConnectionStatus::offline());
+    loop_.teardown();
+    // Everything of the old connection is gone before anyone sees "offline".
     abandonRequests();
+    typing_.clear();
+    setStatus(ConnectionStatus::offline());
 }
 
 void ChatSession::signOutNow(SignOutReason reason, bool keepLocalCopy) {
@@ -533,14 +396,14 @@ void ChatSession::signOutNow(SignOutReason reason, bool keepLocalCopy) {
     }
     if (credentials_ && store_) {
         if (keepLocalCopy)
-            saveNow();
+            saving_.saveNow();
         else
             store_->deleteState(credentials_->userID);
     }
-    saveTask_.reset();
-    deliveryTask_.reset();
-    deliveryPending_.clear();
-    typingPruneTask_.reset();
+    // Nothing pending may write the user's files again.
+    saving_.cancel();
+    receipts_.clear();
+    typing_.stopPruning();
     teardown();
     if (store_)
         store_->deleteCredentials();
@@ -552,49 +415,50 @@ void ChatSession::signOutNow(SignOutReason reason, bool keepLocalCopy) {
 }
 
 void ChatSession::signOut(Done<void> done) {
-    if (!phase_.isSignedIn() || !status_.isOnline() || !outgoing_) {
+    // Done only once the deletes have reached the disk.
+    auto whenGone = [this, done] {
+        afterStoreWrites([done] {
+            if (done)
+                done({});
+        });
+    };
+    if (!phase_.isSignedIn() || !status_.isOnline() || !loop_.attached()) {
         signOutNow(SignOutReason::userRequested, false);
-        complete(done, {});
+        whenGone();
         return;
     }
     // Tell the server, but never wait more than logoutWait for the connection to take it.
     const quint64 attempt = ++logoutAttempt_;
     QPointer<ChatSession> self(this);
     auto finished = std::make_shared<bool>(false);
-    auto finish = [self, attempt, done, finished] {
+    auto finish = [self, attempt, whenGone, finished] {
         if (!self || *finished)
             return;
         *finished = true;
         if (self->logoutAttempt_ == attempt)
             self->signOutNow(SignOutReason::userRequested, false);
-        self->complete(done, {});
+        whenGone();
     };
-    outgoing_->push(
-        {ClientFrame::logout(), [finish](std::expected<void, ChatError>) { finish(); }});
+    loop_.post(ClientFrame::logout(), [finish](std::expected<void, ChatError>) { finish(); });
     logoutTimer_ = clock_.schedule(logoutWait, finish);
 }
 
 // ---- Saving -------------------------------------------------------------------------------------
 
-void ChatSession::scheduleSave() {
-    if (!store_ || !credentials_)
-        return;
+void ChatSession::afterStoreWrites(std::function<void()> then) {
     QPointer<ChatSession> self(this);
-    saveTask_ = clock_.schedule(saveDebounce, [self] {
+    auto guarded = [self, then = std::move(then)] {
         if (self)
-            self->saveNow();
-    });
-}
-
-void ChatSession::saveNow() {
-    saveTask_.reset();
-    if (!store_ || !credentials_ || !stateReady_)
-        return;
-    store_->saveState(state_.trimmed(savedMessagesPerConversation), credentials_->userID);
+            then();
+    };
+    if (store_)
+        store_->whenWritten(std::move(guarded));
+    else
+        QMetaObject::invokeMethod(this, std::move(guarded), Qt::QueuedConnection);
 }
 
 void ChatSession::flush() {
-    saveNow();
+    saving_.saveNow();
     if (!store_)
         return;
     if (credentials_)
@@ -603,7 +467,7 @@ void ChatSession::flush() {
 }
 
 void ChatSession::suspend() {
-    saveNow();
+    saving_.saveNow();
     teardown();
 }
 

@@ -3,25 +3,28 @@
 #include "model/Backoff.h"
 #include "model/ChatError.h"
 #include "model/Clock.h"
+#include "session/ConnectionLoop.h"
 #include "session/ConnectionStatus.h"
+#include "session/DeliveryReceipts.h"
+#include "session/HistorySync.h"
 #include "session/ReplyTable.h"
+#include "session/SaveScheduler.h"
 #include "session/SessionCredentials.h"
 #include "session/SessionEvent.h"
 #include "session/SessionPhase.h"
 #include "session/SessionStore.h"
+#include "session/StorageProblem.h"
+#include "session/TypingSender.h"
 #include "state/ChatState.h"
 #include "transport/ChatTransport.h"
-#include "transport/FrameQueue.h"
 #include "wire/Frames.h"
 
-#include <QHash>
 #include <QObject>
 #include <QSet>
 #include <QUrl>
 #include <chrono>
 #include <expected>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <type_traits>
@@ -38,13 +41,15 @@ struct SessionSettings {
 
 // The one object of the core that talks to a server: it owns the connection, the signed-in user's
 // ChatState, every request waiting for its reply and every timer of the client (reconnect,
-// keep-alive, save, typing, delivered receipts).
+// keep-alive, save, typing, delivered receipts). The save scheduling, history and changes, the
+// delivered receipts and typing are helpers it owns, each with its own fields and timers.
 //
 // Main thread only. Every wait goes through the injected Clock, so the whole engine runs in virtual
 // time under a ManualClock. Completion callbacks are never called inside the call that takes them:
 // they run later on the main thread, and not at all once the session is gone. Timers and callbacks
 // that belong to a replaced connection discard themselves: `generation` rises at every start of a
 // receive loop and at every teardown, and they compare it (and the connection) when they wake.
+// The connection itself, with its keep-alive and back-off, is the ConnectionLoop it owns.
 class ChatSession : public QObject {
     Q_OBJECT
 public:
@@ -53,15 +58,7 @@ public:
 
     using Settings = SessionSettings;
 
-    static constexpr qint64 historyPageSize = 100;
-    static constexpr qsizetype savedMessagesPerConversation = 200;
-    static constexpr Duration typingResendInterval{3000};
-    static constexpr Duration typingAutoStop{5000};
-    static constexpr Duration remoteTypingLife{6000};
-    static constexpr Duration typingPruneMargin{50};
-    static constexpr Duration typingPruneMinimum{100};
-    static constexpr Duration deliveryBatchDelay{250};
-    static constexpr Duration saveDebounce{1000};
+    static constexpr qint64 historyPageSize = HistorySync::pageSize;
     static constexpr Duration logoutWait{2000};
 
     // `clock`, `transport` and `store` must outlive the session; `store` may be null (then nothing
@@ -77,7 +74,9 @@ public:
     const std::optional<QUrl>& server() const { return server_; }
     std::optional<SignOutReason> signOutReason() const { return signOutReason_; }
     // History keys ("<conversation id>|older", "<conversation id>|newer") of requests in flight.
-    const QSet<QString>& loadingHistory() const { return loadingHistory_; }
+    const QSet<QString>& loadingHistory() const { return history_.loading(); }
+    // The last thing the store could not read or write; nothing while all is well.
+    const std::optional<StorageProblem>& storageProblem() const { return storageProblem_; }
     static QString historyKey(const QString& conversationID, const HistoryDirection& direction);
 
     bool isDemo() const { return settings_.isDemo; }
@@ -90,7 +89,8 @@ public:
     // ---- Lifecycle ----------------------------------------------------------------------------
 
     // With stored credentials: signs in from them, shows the saved state as soon as the store has
-    // read it and connects with the saved token. Only while signed out.
+    // read it and connects with the saved token. While signed in but offline (after suspend), it
+    // connects again.
     void restore();
     // Sign-in with e-mail and password, an invite, or a sign-up request. The error is the
     // transport's (unreachable, invalidServerAddress), the server's refusal, unexpectedReply for
@@ -104,7 +104,8 @@ public:
     // connecting or online.
     void retryNow();
     // The user's sign-out: when online, tells the server and waits for that at most 2 s, then
-    // forgets the credentials and the saved state of this user.
+    // forgets the credentials and the saved state of this user. `done` runs once they are gone
+    // from disk.
     void signOut(Done<void> done = {});
     // Signs out at once. With `keepLocalCopy` the state is saved for the next sign-in of the same
     // user, otherwise the user's saved state is deleted.
@@ -169,38 +170,20 @@ Q_SIGNALS:
     void serverChanged();
     void signOutReasonChanged();
     void loadingHistoryChanged();
+    void storageProblemChanged();
 
 private:
     static std::expected<void, ChatError> applyChangeReply(const QPointer<ChatSession>& self,
                                                            const ServerFrame& frame);
-    struct OutgoingFrame {
-        ClientFrame frame;
-        std::function<void(std::expected<void, ChatError>)> sent; // optional
-    };
     using Connection = std::shared_ptr<TransportConnection>;
-    using Outgoing = std::shared_ptr<FrameQueue<OutgoingFrame>>;
-    struct HistoryRequestInfo {
-        QString conversationID;
-        HistoryDirection direction;
-    };
-    struct ChangesRequestInfo {
-        QString conversationID;
-        qint64 since = 0;
-    };
 
     // Lifecycle (ChatSession.cpp).
     void authenticate(const QUrl& server, ClientFrame frame, Done<void> done);
     void handleSignInReply(quint64 attempt, const QUrl& server, const Connection& connection,
                            ServerFrame frame, const Done<void>& done);
-    void startLoop(Connection connection);
-    void connectStep(qint64 generation);
-    void handleResumeReply(qint64 generation, const Connection& connection, ServerFrame frame);
-    void attach(qint64 generation, const Connection& connection);
-    void receiveNext(qint64 generation, const Connection& connection);
-    void connectionLost(const Connection& connection);
-    void scheduleReconnect(qint64 generation);
-    void startKeepAlive(qint64 generation);
-    void ping(qint64 generation);
+    ConnectionLoop::Hooks loopHooks();
+    void welcomed(const Welcome& welcome);
+    void attached();
     bool handleFatal(const ServerError& error);
     void teardown();
     void abandonRequests();
@@ -209,8 +192,9 @@ private:
     bool post(ClientFrame frame);
     template <class T>
     void complete(const Done<T>& done, std::type_identity_t<std::expected<T, ChatError>> result);
-    void scheduleSave();
-    void saveNow();
+    // Runs `then` on the main thread once the store has carried out everything asked of it so far.
+    void afterStoreWrites(std::function<void()> then);
+    void setStorageProblem(const StorageProblem& problem);
 
     // Operations and events (ChatSessionOperations.cpp).
     void transmit(const PendingMessage& pending);
@@ -218,17 +202,8 @@ private:
     template <class T>
     void ask(ClientFrame frame, const QString& id, Done<T> done,
              std::function<std::expected<T, ChatError>(const ServerFrame&)> onReply);
-    void handleHistoryResult(const QString& id, ReplyTable::Result result);
-    void requestChanges(const QString& conversationID, qint64 since);
-    void handleChangesResult(const QString& id, ReplyTable::Result result);
-    void catchUp(const QString& conversationID);
-    void synchronizeConversations();
     void applyEvent(const ServerFrame& frame);
     void afterInsert(const ChatMessage& message, const InsertResult& result, bool live);
-    void noteDeliveries(const QList<ChatMessage>& messages);
-    void noteDelivery(const QString& conversationID);
-    void sendDeliveries();
-    void schedulePrune();
     bool isMine(const ChatMessage& message) const;
     void raise(const SessionEvent& event);
 
@@ -239,7 +214,6 @@ private:
     void publishState();
     void setServer(std::optional<QUrl> server);
     void setSignOutReason(std::optional<SignOutReason> reason);
-    void setLoadingHistory(QSet<QString> keys);
 
     Clock& clock_;
     ChatTransport& transport_;
@@ -253,37 +227,29 @@ private:
     ChatState state_;
     std::optional<QUrl> server_;
     std::optional<SignOutReason> signOutReason_;
-    QSet<QString> loadingHistory_;
+    std::optional<StorageProblem> storageProblem_;
 
     std::optional<SessionCredentials> credentials_;
     // False while the saved state is being read: nothing may be saved over it until it is in.
     bool stateReady_ = true;
-    Connection connection_;
-    Outgoing outgoing_;
-    Connection connecting_; // a resume in progress
-    qint64 generation_ = 0;
-    int attempts_ = 0; // reconnection attempts of the current loop
+
     quint64 signInAttempt_ = 0;
     Connection signInConnection_;
     quint64 restoreAttempt_ = 0;
     quint64 logoutAttempt_ = 0;
 
-    TimerHandle retryTask_;
-    TimerHandle connectTimer_; // a resume that gets no answer
-    TimerHandle signInTimer_;  // a sign-in that gets no answer
-    TimerHandle pingTask_;
-    TimerHandle pongTimer_;
-    TimerHandle saveTask_;
-    TimerHandle typingPruneTask_;
-    TimerHandle deliveryTask_;
+    TimerHandle signInTimer_; // a sign-in that gets no answer
     TimerHandle logoutTimer_;
 
     ReplyTable replies_;
-    QHash<QString, HistoryRequestInfo> historyRequests_;
-    QHash<QString, ChangesRequestInfo> changesRequests_;
-    QHash<QString, QDateTime> typingSentAt_;
-    std::map<QString, TimerHandle> typingStopTasks_;
-    QSet<QString> deliveryPending_;
+
+    // After the state they read: they go first, and their timers with them.
+    SaveScheduler saving_;
+    HistorySync history_;
+    DeliveryReceipts receipts_;
+    TypingSender typing_;
+    // Last: it goes first, closing the connections before anything they report to.
+    ConnectionLoop loop_;
 };
 
 template <class T>

@@ -11,11 +11,6 @@ namespace brevio {
 
 namespace {
 
-qint64 lastLoadedSeq(const ChatState& state, const QString& conversationID) {
-    const auto it = state.messages.constFind(conversationID);
-    return it == state.messages.cend() || it->isEmpty() ? 0 : it->last().seq;
-}
-
 std::expected<void, ChatError> expectOk(const ServerFrame& frame) {
     if (frame.type == ServerFrame::Type::ok)
         return {};
@@ -59,7 +54,7 @@ QString ChatSession::send(const QString& conversationID, const QString& text,
     if (!state_.appendPending(pending))
         return {};
     publishState();
-    scheduleSave(); // the outbox survives a restart
+    saving_.schedule(); // the outbox survives a restart
     stopTyping(conversationID);
     if (status_.isOnline())
         transmit(pending);
@@ -81,23 +76,35 @@ void ChatSession::transmit(const PendingMessage& pending) {
 void ChatSession::handleSendResult(const QString& clientID, ReplyTable::Result result) {
     if (result && result->type == ServerFrame::Type::ack) {
         const ChatMessage& message = result->as<Ack>()->message;
+        // insert() retires the pending copy (a conversation removed meanwhile took it along).
         const InsertResult inserted = state_.insert(message);
-        // insert() retires the pending copy; an ack for a conversation that is gone meanwhile
-        // must not leave it behind either.
-        state_.removePending(clientID);
         publishState();
         afterInsert(message, inserted, false);
-        scheduleSave();
+        saving_.schedule();
         return;
     }
     const ChatError error = result ? ChatError::unexpectedReply() : result.error();
     // Lost with the connection: the entry stays unsent and goes out again at the next attach.
     if (error.kind == ChatError::Kind::notConnected)
         return;
-    if (state_.setFailure(clientID, error.description())) {
-        publishState();
-        scheduleSave();
+    const auto entry =
+        std::find_if(state_.outbox.cbegin(), state_.outbox.cend(),
+                     [&](const PendingMessage& p) { return p.clientID == clientID; });
+    if (entry == state_.outbox.cend())
+        return;
+    QStringList failed{clientID};
+    if (error.kind == ChatError::Kind::timeout) {
+        // The server may never have had it. Whatever was written after it in the conversation
+        // waits with it for the user's retry, or the next connection would send those first.
+        for (auto later = entry + 1; later != state_.outbox.cend(); ++later) {
+            if (later->conversationID == entry->conversationID && !later->failure)
+                failed.append(later->clientID);
+        }
     }
+    for (const QString& id : failed)
+        state_.setFailure(id, error.description());
+    publishState();
+    saving_.schedule();
 }
 
 bool ChatSession::retrySend(const QString& clientID) {
@@ -110,7 +117,7 @@ bool ChatSession::retrySend(const QString& clientID) {
         state_.setFailure(clientID, std::nullopt);
         pending.failure.reset();
         publishState();
-        scheduleSave();
+        saving_.schedule();
     }
     if (status_.isOnline())
         transmit(pending);
@@ -121,7 +128,7 @@ bool ChatSession::discardPending(const QString& clientID) {
     if (!state_.removePending(clientID))
         return false;
     publishState();
-    scheduleSave();
+    saving_.schedule();
     return true;
 }
 
@@ -139,7 +146,7 @@ std::expected<void, ChatError> ChatSession::applyChangeReply(const QPointer<Chat
     if (message && self) {
         self->state_.applyUpdate(*message);
         self->publishState();
-        self->scheduleSave();
+        self->saving_.schedule();
     }
     return {};
 }
@@ -170,119 +177,11 @@ void ChatSession::react(const QString& conversationID, qint64 seq, std::optional
 // ---- History and changes ------------------------------------------------------------------------
 
 void ChatSession::loadHistory(const QString& conversationID, HistoryDirection direction) {
-    const QString key = historyKey(conversationID, direction);
-    if (loadingHistory_.contains(key) || !status_.isOnline() || !outgoing_ ||
-        !state_.conversations.contains(conversationID))
-        return;
-    const QString id = SystemRandom::uuid();
-    historyRequests_.insert(id, {conversationID, direction});
-    QSet<QString> keys = loadingHistory_;
-    keys.insert(key);
-    setLoadingHistory(std::move(keys));
-
-    HistoryRequest page{id, conversationID, std::nullopt, std::nullopt, historyPageSize};
-    if (direction.kind == HistoryDirection::Kind::newer)
-        page.after = direction.seq;
-    else if (direction.kind == HistoryDirection::Kind::older)
-        page.before = direction.seq;
-    QPointer<ChatSession> self(this);
-    request(ClientFrame::history(std::move(page)), id, [self, id](ReplyTable::Result result) {
-        if (self)
-            self->handleHistoryResult(id, std::move(result));
-    });
+    history_.load(conversationID, direction);
 }
 
 void ChatSession::loadOlder(const QString& conversationID) {
-    const qint64 first = [&]() -> qint64 {
-        const auto it = state_.messages.constFind(conversationID);
-        return it == state_.messages.cend() || it->isEmpty() ? 0 : it->first().seq;
-    }();
-    loadHistory(conversationID,
-                first > 0 ? HistoryDirection::older(first) : HistoryDirection::latest());
-}
-
-void ChatSession::handleHistoryResult(const QString& id, ReplyTable::Result result) {
-    // Gone from the table: the request was abandoned with its connection, and a newer request
-    // may own the key by now.
-    const auto it = historyRequests_.constFind(id);
-    if (it == historyRequests_.cend())
-        return;
-    const HistoryRequestInfo info = *it;
-    historyRequests_.erase(it);
-    QSet<QString> keys = loadingHistory_;
-    keys.remove(historyKey(info.conversationID, info.direction));
-    setLoadingHistory(std::move(keys));
-    if (!result || result->type != ServerFrame::Type::history)
-        return; // the view may ask again
-
-    const HistoryPage& page = *result->as<HistoryPage>();
-    const qint64 before = lastLoadedSeq(state_, info.conversationID);
-    state_.mergeHistory(info.conversationID, page.messages, page.hasMore,
-                        info.direction.reachesBack());
-    publishState();
-    noteDeliveries(page.messages);
-    scheduleSave();
-    // A newer page that did not reach the end: keep going, as long as each page moves forward.
-    if (info.direction.kind == HistoryDirection::Kind::newer && page.hasMore) {
-        const qint64 last = lastLoadedSeq(state_, info.conversationID);
-        if (last > std::max(before, info.direction.seq))
-            loadHistory(info.conversationID, HistoryDirection::newer(last));
-    }
-}
-
-void ChatSession::requestChanges(const QString& conversationID, qint64 since) {
-    const QString id = SystemRandom::uuid();
-    changesRequests_.insert(id, {conversationID, since});
-    QPointer<ChatSession> self(this);
-    request(ClientFrame::changes({id, conversationID, since}), id,
-            [self, id](ReplyTable::Result result) {
-                if (self)
-                    self->handleChangesResult(id, std::move(result));
-            });
-}
-
-void ChatSession::handleChangesResult(const QString& id, ReplyTable::Result result) {
-    const auto it = changesRequests_.constFind(id);
-    if (it == changesRequests_.cend())
-        return;
-    const ChangesRequestInfo info = *it;
-    changesRequests_.erase(it);
-    if (!result || result->type != ServerFrame::Type::changes)
-        return;
-
-    const ChangesPage& page = *result->as<ChangesPage>();
-    const std::optional<qint64> missingAfter =
-        state_.mergeChanges(info.conversationID, page.messages, page.revision);
-    publishState();
-    noteDeliveries(page.messages);
-    scheduleSave();
-    if (page.hasMore && page.revision > info.since)
-        requestChanges(info.conversationID, page.revision);
-    else if (missingAfter)
-        loadHistory(info.conversationID, HistoryDirection::newer(*missingAfter));
-    else
-        catchUp(info.conversationID);
-}
-
-void ChatSession::catchUp(const QString& conversationID) {
-    // Messages the changes could not place after the loaded list (a hole) come as newer pages.
-    const auto conversation = state_.conversations.constFind(conversationID);
-    if (conversation == state_.conversations.cend())
-        return;
-    const qint64 last = lastLoadedSeq(state_, conversationID);
-    if (last > 0 && conversation->lastSeq > last)
-        loadHistory(conversationID, HistoryDirection::newer(last));
-}
-
-void ChatSession::synchronizeConversations() {
-    QStringList ids = state_.conversations.keys();
-    ids.sort();
-    for (const QString& id : ids) {
-        if (lastLoadedSeq(state_, id) > 0)
-            requestChanges(id, state_.revisions.value(id, 0));
-        else if (state_.conversations.value(id).lastSeq > 0)
-            loadHistory(id, HistoryDirection::latest());
-    }
+    history_.loadOlder(conversationID);
 }
 
 // ---- Receipts, read marks, typing ---------------------------------------------------------------
@@ -292,94 +191,16 @@ void ChatSession::markRead(const QString& conversationID) {
     if (!seq)
         return;
     publishState();
-    scheduleSave();
+    saving_.schedule();
     post(ClientFrame::read({conversationID, *seq}));
 }
 
-void ChatSession::noteDeliveries(const QList<ChatMessage>& messages) {
-    for (const ChatMessage& message : messages) {
-        if (!isMine(message))
-            noteDelivery(message.conversationID);
-    }
-}
-
-void ChatSession::noteDelivery(const QString& conversationID) {
-    deliveryPending_.insert(conversationID);
-    if (deliveryTask_)
-        return;
-    QPointer<ChatSession> self(this);
-    deliveryTask_ = clock_.schedule(deliveryBatchDelay, [self] {
-        if (self)
-            self->sendDeliveries();
-    });
-}
-
-void ChatSession::sendDeliveries() {
-    deliveryTask_.reset();
-    // Offline, the conversations stay due and go with the next batch.
-    if (!status_.isOnline() || !outgoing_ || !state_.me)
-        return;
-    const QString me = state_.me->id;
-    QStringList due(deliveryPending_.cbegin(), deliveryPending_.cend());
-    due.sort();
-    deliveryPending_.clear();
-    bool changed = false;
-    for (const QString& id : due) {
-        const auto conversation = state_.conversations.constFind(id);
-        if (conversation == state_.conversations.cend())
-            continue;
-        const qint64 seq = std::max(conversation->lastSeq, lastLoadedSeq(state_, id));
-        if (seq <= 0 || conversation->delivered.value(me, 0) >= seq)
-            continue; // already told
-        post(ClientFrame::delivered({id, seq}));
-        state_.advanceDelivered(id, me, seq);
-        changed = true;
-    }
-    if (changed) {
-        publishState();
-        scheduleSave();
-    }
-}
-
 void ChatSession::typing(const QString& conversationID) {
-    const QDateTime now = clock_.now();
-    const auto sent = typingSentAt_.constFind(conversationID);
-    if (sent == typingSentAt_.cend() || sent->msecsTo(now) >= typingResendInterval.count()) {
-        if (post(ClientFrame::typing({conversationID, true})))
-            typingSentAt_.insert(conversationID, now);
-    }
-    QPointer<ChatSession> self(this);
-    typingStopTasks_[conversationID] = clock_.schedule(typingAutoStop, [self, conversationID] {
-        if (self)
-            self->stopTyping(conversationID);
-    });
+    typing_.keystroke(conversationID);
 }
 
 void ChatSession::stopTyping(const QString& conversationID) {
-    const bool signalled = typingSentAt_.remove(conversationID) > 0;
-    typingStopTasks_.erase(conversationID);
-    // Only a typing mark the others were actually shown needs taking back.
-    if (signalled)
-        post(ClientFrame::typing({conversationID, false}));
-}
-
-void ChatSession::schedulePrune() {
-    if (typingPruneTask_)
-        return;
-    const std::optional<QDateTime> earliest = state_.earliestTypingExpiry();
-    if (!earliest)
-        return;
-    const Duration wait =
-        std::max(Duration(clock_.now().msecsTo(*earliest)) + typingPruneMargin, typingPruneMinimum);
-    QPointer<ChatSession> self(this);
-    typingPruneTask_ = clock_.schedule(wait, [self] {
-        if (!self)
-            return;
-        self->typingPruneTask_.reset();
-        if (self->state_.pruneTyping(self->clock_.now()))
-            self->publishState();
-        self->schedulePrune();
-    });
+    typing_.stop(conversationID);
 }
 
 void ChatSession::receipts(const QString& conversationID, qint64 seq,
@@ -418,7 +239,7 @@ void ChatSession::updateClient(const QString& clientID, std::optional<QString> n
                       if (self) {
                           self->state_.upsertClient(event->client);
                           self->publishState();
-                          self->scheduleSave();
+                          self->saving_.schedule();
                       }
                       return {};
                   }
@@ -482,11 +303,11 @@ void ChatSession::setAvatar(std::optional<QString> image, Done<void> done) {
 
 void ChatSession::afterInsert(const ChatMessage& message, const InsertResult& result, bool live) {
     if (result.kind == InsertResult::Kind::gap)
-        loadHistory(message.conversationID, HistoryDirection::newer(result.after));
+        history_.load(message.conversationID, HistoryDirection::newer(result.after));
     const bool fresh =
         result.kind == InsertResult::Kind::added || result.kind == InsertResult::Kind::gap;
     if (live && fresh && !isMine(message)) {
-        noteDelivery(message.conversationID);
+        receipts_.note(message.conversationID);
         raise(SessionEvent::incoming(message));
     }
 }
@@ -497,14 +318,14 @@ void ChatSession::applyEvent(const ServerFrame& frame) {
         const ChatMessage& message = frame.as<MessageEvent>()->message;
         const InsertResult result = state_.insert(message);
         publishState();
-        scheduleSave();
+        saving_.schedule();
         afterInsert(message, result, true);
         break;
     }
     case ServerFrame::Type::messageUpdated:
         state_.applyUpdate(frame.as<MessageEvent>()->message);
         publishState();
-        scheduleSave();
+        saving_.schedule();
         break;
     case ServerFrame::Type::delivered:
     case ServerFrame::Type::read: {
@@ -514,19 +335,14 @@ void ChatSession::applyEvent(const ServerFrame& frame) {
         else
             state_.advanceDelivered(event.conversationID, event.userID, event.seq);
         publishState();
-        scheduleSave();
+        saving_.schedule();
         break;
     }
     case ServerFrame::Type::typing: {
         // Typing and presence are never saved, so they schedule no write.
         const TypingEvent& event = *frame.as<TypingEvent>();
-        if (event.isTyping)
-            state_.setTyping(event.conversationID, event.userID,
-                             clock_.now().addMSecs(remoteTypingLife.count()));
-        else
-            state_.clearTyping(event.conversationID, event.userID);
+        typing_.remote(event.conversationID, event.userID, event.isTyping);
         publishState();
-        schedulePrune();
         break;
     }
     case ServerFrame::Type::presence: {
@@ -538,28 +354,27 @@ void ChatSession::applyEvent(const ServerFrame& frame) {
     case ServerFrame::Type::conversation:
         state_.upsertConversation(frame.as<ConversationEvent>()->conversation);
         publishState();
-        scheduleSave();
+        saving_.schedule();
         break;
     case ServerFrame::Type::conversationRemoved: {
         const QString id = frame.as<ConversationRemovedEvent>()->conversationID;
         state_.removeConversation(id);
-        typingSentAt_.remove(id);
-        typingStopTasks_.erase(id);
-        deliveryPending_.remove(id);
+        typing_.forget(id);
+        receipts_.forget(id);
         publishState();
-        scheduleSave();
+        saving_.schedule();
         raise(SessionEvent::removed(id));
         break;
     }
     case ServerFrame::Type::client:
         state_.upsertClient(frame.as<ClientEvent>()->client);
         publishState();
-        scheduleSave();
+        saving_.schedule();
         break;
     case ServerFrame::Type::user:
         state_.upsertUser(frame.as<UserEvent>()->user);
         publishState();
-        scheduleSave();
+        saving_.schedule();
         break;
     default:
         break; // unknown types, and replies nobody waits for

@@ -1,10 +1,13 @@
 #include "session/FileSessionStore.h"
 
+#include "model/Json.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
 #include <QStandardPaths>
+#include <expected>
 #include <memory>
 
 namespace brevio {
@@ -15,6 +18,33 @@ constexpr QFileDevice::Permissions filePermissions =
     QFileDevice::ReadOwner | QFileDevice::WriteOwner;
 constexpr QFileDevice::Permissions folderPermissions =
     QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner;
+
+std::string encodeOutbox(const QList<PendingMessage>& outbox) {
+    boost::json::array list;
+    list.reserve(std::size_t(outbox.size()));
+    for (const PendingMessage& pending : outbox)
+        list.push_back(json::encode(pending));
+    return json::serialize(list);
+}
+
+// Nothing for a missing file; an error text for a file that cannot be read or decoded.
+std::expected<std::optional<QList<PendingMessage>>, QString> readOutbox(const QString& path) {
+    QFile file(path);
+    if (!file.exists())
+        return std::nullopt;
+    if (!file.open(QIODevice::ReadOnly))
+        return std::unexpected(file.errorString());
+    const QByteArray data = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        return std::unexpected(file.errorString());
+    try {
+        const boost::json::value value =
+            json::parse(std::string_view(data.constData(), std::size_t(data.size())));
+        return json::decodeList<PendingMessage>(value, "outbox");
+    } catch (const std::exception& error) {
+        return std::unexpected(QString::fromUtf8(error.what()));
+    }
+}
 
 std::optional<QByteArray> readFile(const QString& path) {
     QFile file(path);
@@ -60,6 +90,10 @@ QString FileSessionStore::safeUserID(const QString& userID) {
     return safe;
 }
 
+QString FileSessionStore::outboxPath(const QString& userID) const {
+    return directory_ + QStringLiteral("/outbox-") + safeUserID(userID) + QStringLiteral(".json");
+}
+
 QString FileSessionStore::credentialsPath() const {
     return directory_ + QStringLiteral("/sessione.json");
 }
@@ -97,28 +131,46 @@ bool FileSessionStore::ensureDirectory() const {
     return QFile::setPermissions(directory_, folderPermissions);
 }
 
-bool FileSessionStore::writeFile(const QString& path, const FileWriter& produce) const {
-    if (!ensureDirectory())
+void FileSessionStore::report(StorageProblem problem) {
+    QMetaObject::invokeMethod(
+        this,
+        [this, problem = std::move(problem)] {
+            if (problemHandler_)
+                problemHandler_(problem);
+        },
+        Qt::QueuedConnection);
+}
+
+bool FileSessionStore::writeFile(const QString& path, const FileWriter& produce) {
+    auto failed = [&](const QString& detail) {
+        report({StorageProblem::Kind::writeFailed, path, detail});
         return false;
+    };
+    if (!ensureDirectory())
+        return failed(
+            QStringLiteral("the folder %1 cannot be created or made private").arg(directory_));
     QSaveFile file(path);
     // Unbuffered: the parts are already large, another copy through a small buffer gains nothing.
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
-        return false;
+        return failed(file.errorString());
     // Narrow the temporary file before any byte goes in; the rename keeps the mode, so the file is
     // never visible with wider rights.
     if (!file.setPermissions(filePermissions)) {
         file.cancelWriting();
-        return false;
+        return failed(file.errorString());
     }
     const bool written = produce([&](std::string_view part) {
         const auto size = static_cast<qint64>(part.size());
         return file.write(part.data(), size) == size;
     });
     if (!written) {
+        const QString detail = file.errorString();
         file.cancelWriting();
-        return false;
+        return failed(detail);
     }
-    return file.commit();
+    if (!file.commit())
+        return failed(file.errorString());
+    return true;
 }
 
 std::optional<SessionCredentials> FileSessionStore::loadCredentials() {
@@ -141,27 +193,57 @@ void FileSessionStore::deleteCredentials() {
     post([this] { QFile::remove(credentialsPath()); });
 }
 
-std::optional<ChatState> FileSessionStore::readState(const QString& userID) const {
+namespace {
+
+// Nothing for a missing file; an error text for one that cannot be read or decoded.
+std::expected<std::optional<ChatState>, QString> readStateFile(const QString& path) {
     // A saved state runs to tens of megabytes: decode straight from the mapped file instead of
     // copying it into memory first.
-    QFile file(statePath(userID));
-    if (!file.open(QIODevice::ReadOnly))
+    QFile file(path);
+    if (!file.exists())
         return std::nullopt;
+    if (!file.open(QIODevice::ReadOnly))
+        return std::unexpected(file.errorString());
     const qint64 size = file.size();
     if (size == 0)
-        return std::nullopt;
+        return std::unexpected(QStringLiteral("empty file"));
+    Decoded<ChatState> decoded;
     if (const uchar* mapped = file.map(0, size)) {
-        Decoded<ChatState> decoded = decodeChatState(
+        decoded = decodeChatState(
             std::string_view(reinterpret_cast<const char*>(mapped), static_cast<size_t>(size)));
         file.unmap(const_cast<uchar*>(mapped));
-        return std::move(decoded.value);
+    } else {
+        const QByteArray data = file.readAll();
+        if (file.error() != QFileDevice::NoError)
+            return std::unexpected(file.errorString());
+        decoded =
+            decodeChatState(std::string_view(data.constData(), static_cast<size_t>(data.size())));
     }
-    const QByteArray data = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        return std::nullopt;
-    Decoded<ChatState> decoded =
-        decodeChatState(std::string_view(data.constData(), static_cast<size_t>(data.size())));
+    if (!decoded)
+        return std::unexpected(decoded.error);
     return std::move(decoded.value);
+}
+
+} // namespace
+
+std::optional<ChatState> FileSessionStore::readState(const QString& userID) {
+    auto state = readStateFile(statePath(userID));
+    if (!state) {
+        report({StorageProblem::Kind::unreadableState, statePath(userID), state.error()});
+        state = std::optional<ChatState>();
+    }
+    auto outbox = readOutbox(outboxPath(userID));
+    if (!outbox) {
+        // The state's own copy of the outbox is the best there is.
+        report({StorageProblem::Kind::unreadableOutbox, outboxPath(userID), outbox.error()});
+        return std::move(*state);
+    }
+    if (*outbox) {
+        if (!*state)
+            *state = ChatState{};
+        (*state)->outbox = std::move(**outbox);
+    }
+    return std::move(*state);
 }
 
 std::optional<ChatState> FileSessionStore::loadState(const QString& userID) {
@@ -189,12 +271,28 @@ void FileSessionStore::saveState(ChatState state, const QString& userID) {
     });
 }
 
+void FileSessionStore::saveOutbox(QList<PendingMessage> outbox, const QString& userID) {
+    post([this, outbox = std::move(outbox), path = outboxPath(userID)] {
+        const std::string text = encodeOutbox(outbox);
+        writeFile(path, [&](const TextSink& sink) { return sink(text); });
+    });
+}
+
 void FileSessionStore::deleteState(const QString& userID) {
-    post([path = statePath(userID)] { QFile::remove(path); });
+    post([state = statePath(userID), outbox = outboxPath(userID)] {
+        QFile::remove(state);
+        QFile::remove(outbox);
+    });
 }
 
 void FileSessionStore::flush() {
     runSync([] {});
+}
+
+void FileSessionStore::whenWritten(std::function<void()> done) {
+    post([this, done = std::move(done)] {
+        QMetaObject::invokeMethod(this, done, Qt::QueuedConnection);
+    });
 }
 
 } // namespace brevio

@@ -70,7 +70,7 @@ public:
     ChatSession& signIn(const QString& email) {
         ChatSession& session = make();
         Outcome<void> out;
-        session.signIn(url, email, QString::fromLatin1(LocalServer::demoPassword), out.callback());
+        session.signIn(url, email, QString::fromLatin1(LocalServer::demoPassword), out.done());
         advance(Duration::zero());
         EXPECT_EQ(out.calls, 1);
         EXPECT_TRUE(out.result && out.result->has_value()) << email.toStdString();
@@ -79,18 +79,11 @@ public:
     ChatSession& make() {
         stores.push_back(std::make_unique<MemoryStore>(clock));
         sessions.push_back(std::make_unique<ChatSession>(clock, *transport, stores.back().get(),
-                                                         client(), SessionSettings{}));
+                                                         testClient(), SessionSettings{}));
         events.emplace_back();
         auto* sink = &events.back();
         sessions.back()->setOnEvent([sink](const SessionEvent& e) { sink->push_back(e); });
         return *sessions.back();
-    }
-    static ClientInfo client() {
-        ClientInfo info;
-        info.version = QStringLiteral("1.0");
-        info.build = 100;
-        info.device = QStringLiteral("Banco di prova");
-        return info;
     }
 
     void advance(Duration step) { advanceClockTo(clock, clock.now().addMSecs(step.count())); }

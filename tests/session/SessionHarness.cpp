@@ -6,7 +6,15 @@ namespace brevio::test {
 
 std::optional<ChatState> MemoryStore::loadState(const QString& userID) {
     const auto it = states.find(userID);
-    return it == states.end() ? std::nullopt : std::optional<ChatState>(it->second);
+    std::optional<ChatState> state =
+        it == states.end() ? std::nullopt : std::optional<ChatState>(it->second);
+    // The outbox written on its own is the newer one.
+    if (const auto outbox = outboxes.find(userID); outbox != outboxes.end()) {
+        if (!state)
+            state.emplace();
+        state->outbox = outbox->second;
+    }
+    return state;
 }
 
 void MemoryStore::loadStateAsync(const QString& userID, StateLoaded done) {
@@ -18,6 +26,15 @@ void MemoryStore::loadStateAsync(const QString& userID, StateLoaded done) {
 void MemoryStore::saveState(ChatState state, const QString& userID) {
     states[userID] = std::move(state);
     writes.push_back({userID, clock_.now()});
+}
+
+void MemoryStore::saveOutbox(QList<PendingMessage> outbox, const QString& userID) {
+    outboxes[userID] = std::move(outbox);
+    outboxWrites.push_back({userID, clock_.now()});
+}
+
+void MemoryStore::whenWritten(std::function<void()> done) {
+    QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(done), Qt::QueuedConnection);
 }
 
 Welcome sampleWelcome() {
@@ -119,12 +136,8 @@ SessionHarness::SessionHarness(SessionSettings settings, bool withStore) {
     transport.script = [this](FakeConnection& connection, const ClientFrame& frame) {
         server.handle(connection, frame);
     };
-    ClientInfo client;
-    client.version = QStringLiteral("1.0");
-    client.build = 100;
-    client.device = QStringLiteral("Banco di prova");
-    session = std::make_unique<ChatSession>(clock, transport, withStore ? &store : nullptr, client,
-                                            settings);
+    session = std::make_unique<ChatSession>(clock, transport, withStore ? &store : nullptr,
+                                            testClient(), settings);
     session->setOnEvent([this](const SessionEvent& event) { events.push_back(event); });
 }
 
@@ -136,7 +149,7 @@ SessionHarness::~SessionHarness() {
 void SessionHarness::signIn() {
     Outcome<void> outcome;
     session->signIn(serverURL, QStringLiteral("sara@example.test"), QStringLiteral("segreta123"),
-                    outcome.callback());
+                    outcome.done());
     advance(Duration::zero());
     ASSERT_EQ(outcome.calls, 1);
     ASSERT_TRUE(outcome.result->has_value());

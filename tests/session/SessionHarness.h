@@ -5,21 +5,18 @@
 #include "FakeTransport.h"
 #include "model/ManualClock.h"
 #include "session/ChatSession.h"
+#include "support/Outcome.h"
+#include "support/Printing.h"
+#include "support/TestClient.h"
 
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
-#include <ostream>
 #include <vector>
-
-// Readable QStrings in assertion messages.
-inline void PrintTo(const QString& text, std::ostream* os) {
-    *os << '"' << text.toStdString() << '"';
-}
 
 namespace brevio::test {
 
-// Keeps everything in memory and records when each state write happened.
+// Keeps everything in memory and records when each state and outbox write happened.
 class MemoryStore final : public SessionStore {
 public:
     explicit MemoryStore(Clock& clock) : clock_(clock) {}
@@ -30,8 +27,14 @@ public:
     std::optional<ChatState> loadState(const QString& userID) override;
     void loadStateAsync(const QString& userID, StateLoaded done) override;
     void saveState(ChatState state, const QString& userID) override;
-    void deleteState(const QString& userID) override { states.erase(userID); }
+    void saveOutbox(QList<PendingMessage> outbox, const QString& userID) override;
+    void deleteState(const QString& userID) override {
+        states.erase(userID);
+        outboxes.erase(userID);
+    }
     void flush() override { ++flushes; }
+    void whenWritten(std::function<void()> done) override;
+    void setProblemHandler(ProblemHandler handler) override { problemHandler = std::move(handler); }
 
     struct Write {
         QString userID;
@@ -39,8 +42,11 @@ public:
     };
     std::optional<SessionCredentials> credentials;
     std::map<QString, ChatState> states;
+    std::map<QString, QList<PendingMessage>> outboxes;
     std::vector<Write> writes;
+    std::vector<Write> outboxWrites;
     int flushes = 0;
+    ProblemHandler problemHandler;
 
 private:
     Clock& clock_;
@@ -91,19 +97,6 @@ public:
     MemoryStore store{clock};
     std::unique_ptr<ChatSession> session;
     std::vector<SessionEvent> events;
-};
-
-// Captures the result of an operation's completion.
-template <class T> struct Outcome {
-    int calls = 0;
-    std::optional<std::expected<T, ChatError>> result;
-
-    ChatSession::Done<T> callback() {
-        return [this](std::expected<T, ChatError> r) {
-            ++calls;
-            result = std::move(r);
-        };
-    }
 };
 
 } // namespace brevio::test

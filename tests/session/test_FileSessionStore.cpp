@@ -10,6 +10,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QSemaphore>
 #include <QTemporaryDir>
 #include <QThread>
 #include <sys/stat.h>
@@ -143,6 +144,33 @@ TEST_F(FileSessionStoreTest, StateRoundTripsAndLaterSavesWin) {
     EXPECT_TRUE(loaded->online.isEmpty());
 }
 
+TEST_F(FileSessionStoreTest, TheOutboxFileIsNewerThanTheStatesOutbox) {
+    FileSessionStore store(dir());
+    std::vector<StorageProblem> problems;
+    store.setProblemHandler([&](const StorageProblem& p) { problems.push_back(p); });
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    store.saveState(sampleState(now), "u-1"); // its outbox holds "p-1"
+    const PendingMessage later{"p-2", "c1", "dopo", now, QStringLiteral("Scaduto"), std::nullopt};
+    store.saveOutbox({later}, "u-1");
+    store.flush();
+    EXPECT_EQ(modeOf(store.outboxPath("u-1")), 0600u);
+    EXPECT_EQ(store.loadState("u-1")->outbox, QList<PendingMessage>{later});
+    store.saveOutbox({}, "u-1");
+    EXPECT_TRUE(store.loadState("u-1")->outbox.isEmpty());
+
+    // An outbox file that cannot be read leaves the state's own copy, and says so.
+    writeRaw(store.outboxPath("u-1"), "[{\"clientID\":");
+    EXPECT_EQ(store.loadState("u-1")->outbox.size(), 1);
+    ASSERT_TRUE(waitUntil([&] { return !problems.empty(); }));
+    EXPECT_EQ(problems[0].kind, StorageProblem::Kind::unreadableOutbox);
+    EXPECT_EQ(problems[0].path, store.outboxPath("u-1"));
+
+    store.deleteState("u-1");
+    store.flush();
+    EXPECT_FALSE(QFile::exists(store.statePath("u-1")));
+    EXPECT_FALSE(QFile::exists(store.outboxPath("u-1")));
+}
+
 TEST_F(FileSessionStoreTest, AnAsynchronousLoadAnswersLaterOnTheCallersThread) {
     FileSessionStore store(dir());
     store.saveState(sampleState(QDateTime::currentDateTimeUtc()), "u-1");
@@ -177,8 +205,7 @@ TEST_F(FileSessionStoreTest, TwoUsersKeepTwoFilesAndSigningOutOneRemovesOnlyItsO
     second.me.id = "u-client1";
     second.me.role = Role::client;
     second.token = "token-2";
-    ClientInfo client;
-    client.build = 100;
+    const ClientInfo client = testClient();
 
     auto signIn = [&](ChatSession& session, const Welcome& welcome) {
         transport.script = [welcome](FakeConnection& c, const ClientFrame& frame) {
@@ -207,6 +234,97 @@ TEST_F(FileSessionStoreTest, TwoUsersKeepTwoFilesAndSigningOutOneRemovesOnlyItsO
     pump();
 }
 
+// The user's sign-out reports done only when nothing of the user is left on disk, and a save that
+// was pending cannot bring the state file back.
+TEST_F(FileSessionStoreTest, SignOutIsDoneOnlyOnceTheFilesAreGone) {
+    ManualClock clock;
+    FileSessionStore store(dir());
+    FakeTransport transport;
+    transport.script = [](FakeConnection& c, const ClientFrame& frame) {
+        if (frame.type == ClientFrame::Type::login)
+            c.push(ServerFrame::welcome(sampleWelcome()));
+    };
+    ChatSession session(clock, transport, &store, testClient());
+    bool signedIn = false;
+    session.signIn(serverURL, "x@y.it", "password1", [&](auto r) { signedIn = r.has_value(); });
+    ASSERT_TRUE(waitUntil([&] { return signedIn; }));
+    clock.advance(2s);
+    session.send("c1", "in uscita");
+    store.flush();
+    const QString files[] = {store.statePath(staffID), store.outboxPath(staffID),
+                             store.credentialsPath()};
+    for (const QString& file : files)
+        ASSERT_TRUE(QFile::exists(file)) << file.toStdString();
+    transport.last().push(ServerFrame::read({"c1", "u-client1", 1})); // a save is pending now
+    pump();
+
+    QSemaphore gate;
+    store.post([&] { gate.acquire(); }); // the store is busy
+    int calls = 0;
+    bool goneWhenDone = false;
+    session.signOut([&](auto) {
+        ++calls;
+        goneWhenDone = std::none_of(std::begin(files), std::end(files),
+                                    [](const QString& f) { return QFile::exists(f); });
+    });
+    ASSERT_TRUE(waitUntil([&] { return session.phase().isSignedOut(); }));
+    pump();
+    EXPECT_EQ(calls, 0);
+    gate.release();
+    ASSERT_TRUE(waitUntil([&] { return calls == 1; }));
+    EXPECT_TRUE(goneWhenDone);
+
+    clock.advance(10s);
+    pump();
+    store.flush();
+    for (const QString& file : files)
+        EXPECT_FALSE(QFile::exists(file)) << file.toStdString();
+}
+
+TEST_F(FileSessionStoreTest, ACorruptStateFileIsReportedAndTheSessionStartsEmpty) {
+    ManualClock clock;
+    FileSessionStore store(dir());
+    store.saveCredentials({serverURL, "t", staffID});
+    store.flush();
+    writeRaw(store.statePath(staffID), "{\"me\": {\"id\": ");
+    FakeTransport transport;
+    transport.script = [](FakeConnection& c, const ClientFrame& frame) {
+        if (frame.type == ClientFrame::Type::resume)
+            c.push(ServerFrame::welcome(sampleWelcome()));
+    };
+    ChatSession session(clock, transport, &store, testClient());
+    int changes = 0;
+    QObject::connect(&session, &ChatSession::storageProblemChanged, [&] { ++changes; });
+    session.restore();
+    ASSERT_TRUE(waitUntil([&] { return session.status().isOnline(); }));
+    ASSERT_TRUE(waitUntil([&] { return changes > 0; }));
+    EXPECT_EQ(session.storageProblem()->kind, StorageProblem::Kind::unreadableState);
+    EXPECT_EQ(session.storageProblem()->path, store.statePath(staffID));
+    EXPECT_FALSE(session.storageProblem()->detail.isEmpty());
+    EXPECT_EQ(session.state().conversations.size(), 3); // from the welcome alone
+}
+
+TEST_F(FileSessionStoreTest, AFolderThatCannotBeWrittenIsReported) {
+    ManualClock clock;
+    writeRaw(root.path() + "/file", "not a folder");
+    FileSessionStore store(root.path() + "/file/Brevio");
+    FakeTransport transport;
+    transport.script = [](FakeConnection& c, const ClientFrame& frame) {
+        if (frame.type == ClientFrame::Type::login)
+            c.push(ServerFrame::welcome(sampleWelcome()));
+    };
+    ChatSession session(clock, transport, &store, testClient());
+    bool signedIn = false;
+    session.signIn(serverURL, "x@y.it", "password1", [&](auto r) { signedIn = r.has_value(); });
+    ASSERT_TRUE(waitUntil([&] { return signedIn && session.storageProblem(); }));
+    EXPECT_EQ(session.storageProblem()->kind, StorageProblem::Kind::writeFailed);
+    EXPECT_TRUE(session.status().isOnline());
+    // The messages still go out.
+    session.send("c1", "comunque");
+    pump();
+    EXPECT_EQ(transport.last().sentOf(ClientFrame::Type::send).size(), 1u);
+}
+
 TEST_F(FileSessionStoreTest, ACorruptCredentialsFileLeavesTheSessionSignedOut) {
     ManualClock clock;
     FileSessionStore store(dir());
@@ -214,7 +332,7 @@ TEST_F(FileSessionStoreTest, ACorruptCredentialsFileLeavesTheSessionSignedOut) {
     store.flush();
     writeRaw(store.credentialsPath(), "{\"server\": \"wss://a.test/ws\", \"tok");
     FakeTransport transport;
-    ChatSession session(clock, transport, &store, ClientInfo{});
+    ChatSession session(clock, transport, &store, testClient());
     session.restore();
     EXPECT_TRUE(session.phase().isSignedOut());
     EXPECT_TRUE(transport.connections.empty());
@@ -228,7 +346,7 @@ TEST_F(FileSessionStoreTest, FlushWritesStateAndCredentialsBeforeItReturns) {
             c.push(ServerFrame::welcome(sampleWelcome()));
     };
     auto store = std::make_unique<FileSessionStore>(dir());
-    ChatSession session(clock, transport, store.get(), ClientInfo{});
+    ChatSession session(clock, transport, store.get(), testClient());
     bool done = false;
     session.signIn(serverURL, "x@y.it", "password1", [&](auto r) { done = r.has_value(); });
     ASSERT_TRUE(waitUntil([&] { return done; }));

@@ -40,7 +40,7 @@ TEST(SessionSignIn, RefusalsAndOddAnswersComeBackAsErrors) {
             c.push(ServerFrame::error({std::nullopt, "invalid_credentials", std::nullopt, {}}));
         };
         Outcome<void> out;
-        h->signIn(serverURL, "a@b.it", "sbagliata", out.callback());
+        h->signIn(serverURL, "a@b.it", "sbagliata", out.done());
         h.advance(0ms);
         ASSERT_EQ(out.calls, 1);
         EXPECT_EQ(*out.result, std::unexpected(ChatError::server("invalid_credentials")));
@@ -54,7 +54,7 @@ TEST(SessionSignIn, RefusalsAndOddAnswersComeBackAsErrors) {
             c.push(ServerFrame::error({std::nullopt, "upgrade_required", std::nullopt, 240}));
         };
         Outcome<void> out;
-        h->redeem(serverURL, "ABCD-EFGH", "Nuovo", "password1", out.callback());
+        h->redeem(serverURL, "ABCD-EFGH", "Nuovo", "password1", out.done());
         h.advance(0ms);
         EXPECT_EQ(*out.result, std::unexpected(ChatError::server("upgrade_required")));
         EXPECT_EQ(h->phase(), SessionPhase::upgradeRequired(240));
@@ -66,7 +66,7 @@ TEST(SessionSignIn, RefusalsAndOddAnswersComeBackAsErrors) {
         };
         Outcome<void> out;
         h->signUp(serverURL, SignUpRequest{"Nome", "n@x.it", {}, "password1", "Ciao", {}, {}},
-                  out.callback());
+                  out.done());
         h.advance(0ms);
         EXPECT_EQ(*out.result, std::unexpected(ChatError::unexpectedReply()));
         EXPECT_TRUE(h.connection().closed);
@@ -77,7 +77,7 @@ TEST(SessionSignIn, RefusalsAndOddAnswersComeBackAsErrors) {
         SessionHarness h;
         h.transport.serverDown = true;
         Outcome<void> out;
-        h->signIn(serverURL, "a@b.it", "password1", out.callback());
+        h->signIn(serverURL, "a@b.it", "password1", out.done());
         h.advance(0ms);
         EXPECT_EQ(*out.result, std::unexpected(ChatError::unreachable()));
         h.advance(1min); // no reconnecting without a sign-in
@@ -87,7 +87,7 @@ TEST(SessionSignIn, RefusalsAndOddAnswersComeBackAsErrors) {
         SessionHarness h;
         h.transport.script = nullptr; // a server that never answers
         Outcome<void> out;
-        h->signIn(serverURL, "a@b.it", "password1", out.callback());
+        h->signIn(serverURL, "a@b.it", "password1", out.done());
         h.advance(15s);
         ASSERT_EQ(out.calls, 1);
         EXPECT_EQ(*out.result, std::unexpected(ChatError::timeout()));
@@ -183,7 +183,7 @@ TEST(SessionFatal, NotAuthenticatedAsAReplyFailsTheRequestAndSignsOut) {
     SessionHarness h;
     h.signIn();
     Outcome<QString> out;
-    h->createGroup("G", {"u-client1"}, out.callback());
+    h->createGroup("G", {"u-client1"}, out.done());
     h.advance(0ms);
     const QString id = h.connection().sentOf(ClientFrame::Type::createGroup)[0]->requestID();
     h.connection().push(ServerFrame::error({id, "not_authenticated", std::nullopt, {}}));
@@ -198,7 +198,7 @@ TEST(SessionSignOut, TheUsersSignOutTellsTheServerAndForgetsTheLocalCopy) {
     h.advance(2s);
     ASSERT_TRUE(h.store.states.contains(staffID));
     Outcome<void> out;
-    h->signOut(out.callback());
+    h->signOut(out.done());
     h.advance(0ms);
     EXPECT_EQ(out.calls, 1);
     EXPECT_EQ(h.connection().sentOf(ClientFrame::Type::logout).size(), 1u);
@@ -214,13 +214,63 @@ TEST(SessionSignOut, AConnectionThatTakesNothingDelaysTheSignOutAtMostTwoSeconds
     h.signIn();
     h.connection().holdSends = true;
     Outcome<void> out;
-    h->signOut(out.callback());
+    h->signOut(out.done());
     h.advance(1999ms);
     EXPECT_TRUE(h->phase().isSignedIn());
     EXPECT_EQ(out.calls, 0);
     h.advance(1ms);
     EXPECT_TRUE(h->phase().isSignedOut());
     EXPECT_EQ(out.calls, 1);
+}
+
+TEST(SessionSignOut, NoObserverSeesOfflineWithRequestsStillLoading) {
+    SessionHarness h;
+    h.server.answerSync = false;
+    h.signIn();
+    h->loadOlder("c1");
+    h->typing("c2");
+    h.advance(0ms);
+    ASSERT_FALSE(h->loadingHistory().isEmpty());
+    Outcome<void> edit;
+    h->edit("c1", 1, "x", edit.done());
+    int offline = 0;
+    QObject::connect(h.session.get(), &ChatSession::statusChanged, [&] {
+        if (!h->status().isOffline())
+            return;
+        ++offline;
+        EXPECT_TRUE(h->loadingHistory().isEmpty());
+    });
+    h->suspend();
+    EXPECT_EQ(offline, 1);
+    h.advance(0ms);
+    EXPECT_EQ(*edit.result, std::unexpected(ChatError::notConnected()));
+    // No stop-typing frame goes out later for a typing mark of the old connection.
+    const std::size_t typing = h.transport.sentOf(ClientFrame::Type::typing).size();
+    h->retryNow();
+    h.advance(10s);
+    EXPECT_EQ(h.transport.sentOf(ClientFrame::Type::typing).size(), typing);
+}
+
+TEST(SessionSuspend, SuspendSavesAndDisconnectsAndRestoreConnectsAgain) {
+    SessionHarness h;
+    h.signIn();
+    h.connection().push(ServerFrame::read({"c1", "u-client1", 3}));
+    h.advance(0ms);
+    h.store.writes.clear();
+    h->suspend();
+    ASSERT_EQ(h.store.writes.size(), 1u);
+    EXPECT_EQ(h.store.states.at(staffID).conversations.value("c1").reads.value("u-client1"), 3);
+    EXPECT_TRUE(h.connection().closed);
+    EXPECT_TRUE(h->status().isOffline());
+    EXPECT_TRUE(h->phase().isSignedIn());
+    h.advance(10min);
+    EXPECT_EQ(h.transport.connections.size(), 1u);
+
+    h->restore();
+    h.advance(0ms);
+    EXPECT_TRUE(h->status().isOnline());
+    ASSERT_EQ(h.transport.connections.size(), 2u);
+    EXPECT_EQ(h.connection().sentOf(ClientFrame::Type::resume).size(), 1u);
 }
 
 TEST(SessionOutbox, AMessageWrittenOfflineGoesOutOnceAtTheNextConnection) {
@@ -320,6 +370,40 @@ TEST(SessionOutbox, ATimedOutSendIsMarkedFailedAndCanBeDropped) {
     EXPECT_TRUE(h->discardPending(id));
     EXPECT_TRUE(h->state().outbox.isEmpty());
     EXPECT_TRUE(h->send("nessuna", "x").isEmpty()); // unknown conversation
+}
+
+// The server may never have seen a message whose send timed out: nothing written after it in the
+// same conversation may reach the server before the user has decided about it.
+TEST(SessionOutbox, ATimedOutMessageIsNotOvertakenByTheOnesWrittenAfterIt) {
+    SessionHarness h(SessionSettings{{1, 30, 0}, 20s, 15s, false});
+    h.signIn();
+    h.server.ackSends = false;
+    const QString first = h->send("c1", "primo");
+    h.advance(5s);
+    const QString second = h->send("c1", "secondo");
+    const QString elsewhere = h->send("c2", "altrove");
+    h.advance(10s);
+    ASSERT_EQ(h->state().outbox.size(), 3);
+    EXPECT_TRUE(h->state().outbox[0].failure);
+    EXPECT_TRUE(h->state().outbox[1].failure);
+    EXPECT_FALSE(h->state().outbox[2].failure);
+
+    h.server.ackSends = true;
+    h.connection().fail();
+    h.advance(0ms);
+    h.advanceTo(h->status().until);
+    ASSERT_TRUE(h->status().isOnline());
+    EXPECT_EQ(sentClientIDs(h.transport),
+              (std::vector<QString>{first, second, elsewhere, elsewhere}));
+
+    ASSERT_TRUE(h->retrySend(first));
+    ASSERT_TRUE(h->retrySend(second));
+    h.advance(0ms);
+    ASSERT_EQ(h.server.stored.size(), 3u);
+    EXPECT_EQ(h.server.stored[0].clientID, elsewhere);
+    EXPECT_EQ(h.server.stored[1].clientID, first);
+    EXPECT_EQ(h.server.stored[2].clientID, second);
+    EXPECT_TRUE(h->state().outbox.isEmpty());
 }
 
 TEST(SessionOutbox, TheOutboxSurvivesARestart) {
@@ -492,9 +576,9 @@ TEST(SessionOperations, RepliesOfTheWrongKindFailTheRequest) {
     SessionHarness h;
     h.signIn();
     Outcome<Invite> invite;
-    h->createInvite(std::nullopt, QString("Nuova Srl"), "Ugo", "ugo@nuova.it", invite.callback());
+    h->createInvite(std::nullopt, QString("Nuova Srl"), "Ugo", "ugo@nuova.it", invite.done());
     Outcome<void> react;
-    h->react("c1", 1, QString("👍"), react.callback());
+    h->react("c1", 1, QString("👍"), react.done());
     h.advance(0ms);
     const QString inviteID = h.connection().sentOf(ClientFrame::Type::createInvite)[0]->requestID();
     const QString reactID = h.connection().sentOf(ClientFrame::Type::react)[0]->requestID();

@@ -28,7 +28,7 @@ TEST(SessionLocalServer, StaffAndClientSignInToTheDemo) {
     // A wrong password is the server's refusal, worded by the client.
     ChatSession& wrong = world.make();
     Outcome<void> out;
-    wrong.signIn(world.url, world.staff().email, "sbagliata", out.callback());
+    wrong.signIn(world.url, world.staff().email, "sbagliata", out.done());
     world.advance(0ms);
     ASSERT_EQ(out.calls, 1);
     EXPECT_EQ(out.result->error().description(), "Email o password non corretti.");
@@ -68,7 +68,7 @@ TEST(SessionLocalServer, AMessageIsAnsweredAutomaticallyWithReceiptsAndTyping) {
     Outcome<QList<ReceiptEntry>> receipts;
     // Ask as the author of the reply would: the staff session sees the client's receipt.
     ChatSession& staff = world.signIn(world.staff().email);
-    staff.receipts(conversation, reply.seq, receipts.callback());
+    staff.receipts(conversation, reply.seq, receipts.done());
     world.advance(0ms);
     ASSERT_TRUE(receipts.result && receipts.result->has_value());
     bool deliveredToClient = false;
@@ -90,9 +90,9 @@ TEST(SessionLocalServer, EditDeleteAndReactReachEveryMember) {
     ASSERT_EQ(messagesOf(client, conversation).last().text, "Prima versione");
 
     Outcome<void> edited, reacted, deleted;
-    staff.edit(conversation, seq, "Seconda versione", edited.callback());
+    staff.edit(conversation, seq, "Seconda versione", edited.done());
     world.advance(0ms);
-    client.react(conversation, seq, QString::fromUtf8("👍"), reacted.callback());
+    client.react(conversation, seq, QString::fromUtf8("👍"), reacted.done());
     world.advance(0ms);
     ASSERT_TRUE(edited.result && edited.result->has_value());
     ASSERT_TRUE(reacted.result && reacted.result->has_value());
@@ -105,10 +105,10 @@ TEST(SessionLocalServer, EditDeleteAndReactReachEveryMember) {
     }
     // Only the author may delete.
     Outcome<void> refused;
-    client.deleteMessage(conversation, seq, refused.callback());
+    client.deleteMessage(conversation, seq, refused.done());
     world.advance(0ms);
     EXPECT_EQ(*refused.result, std::unexpected(ChatError::server("forbidden")));
-    staff.deleteMessage(conversation, seq, deleted.callback());
+    staff.deleteMessage(conversation, seq, deleted.done());
     world.advance(0ms);
     ASSERT_TRUE(deleted.result && deleted.result->has_value());
     EXPECT_TRUE(messagesOf(client, conversation).last().isDeleted());
@@ -118,7 +118,7 @@ TEST(SessionLocalServer, EditDeleteAndReactReachEveryMember) {
     Outcome<void> late;
     staff.send(conversation, "Vecchio");
     world.advance(24h + 1s);
-    staff.edit(conversation, messagesOf(staff, conversation).last().seq, "Nuovo", late.callback());
+    staff.edit(conversation, messagesOf(staff, conversation).last().seq, "Nuovo", late.done());
     world.advance(0ms);
     EXPECT_EQ(*late.result, std::unexpected(ChatError::server("too_late")));
 }
@@ -176,7 +176,7 @@ TEST(SessionLocalServer, AReconnectBringsTheChangesAndSendsTheOutboxOnce) {
 
     ChatSession& colleague = world.signIn(world.staff().email); // a second device of the staff
     Outcome<void> edited;
-    colleague.edit(conversation, seq, "Corretto", edited.callback());
+    colleague.edit(conversation, seq, "Corretto", edited.done());
     colleague.send(conversation, "Nuovo mentre eri via");
     world.advance(0ms);
     ASSERT_TRUE(edited.result && edited.result->has_value());
@@ -210,8 +210,7 @@ TEST(SessionLocalServer, AnInviteIsRedeemedAndTheFirstMessageArrives) {
     }
     ASSERT_FALSE(company.isEmpty());
     Outcome<Invite> invite;
-    staff.createInvite(company, std::nullopt, "Ilaria Neri", "ilaria@nuova.example",
-                       invite.callback());
+    staff.createInvite(company, std::nullopt, "Ilaria Neri", "ilaria@nuova.example", invite.done());
     world.advance(0ms);
     ASSERT_TRUE(invite.result && invite.result->has_value());
     EXPECT_EQ((*invite.result)->clientID, company);
@@ -219,7 +218,7 @@ TEST(SessionLocalServer, AnInviteIsRedeemedAndTheFirstMessageArrives) {
     ChatSession& newcomer = world.make();
     Outcome<void> redeemed;
     newcomer.redeem(world.url, (*invite.result)->code, "Ilaria Neri", "password-sicura",
-                    redeemed.callback());
+                    redeemed.done());
     world.advance(0ms);
     ASSERT_TRUE(redeemed.result && redeemed.result->has_value());
     EXPECT_TRUE(newcomer.phase().isSignedIn());
@@ -233,7 +232,7 @@ TEST(SessionLocalServer, AnInviteIsRedeemedAndTheFirstMessageArrives) {
     // The same code a second time is refused.
     ChatSession& again = world.make();
     Outcome<void> twice;
-    again.redeem(world.url, (*invite.result)->code, "Altro", "password-sicura", twice.callback());
+    again.redeem(world.url, (*invite.result)->code, "Altro", "password-sicura", twice.done());
     world.advance(0ms);
     EXPECT_EQ(*twice.result, std::unexpected(ChatError::server("invalid_invite")));
 }
@@ -252,7 +251,7 @@ TEST(SessionLocalServer, ASignUpRequestOpensAConversationWithTheStaff) {
                                    "Vorrei un preventivo.",
                                    {},
                                    {}},
-                     out.callback());
+                     out.done());
     world.advance(0ms);
     ASSERT_TRUE(out.result && out.result->has_value());
     ASSERT_TRUE(applicant.phase().isSignedIn());
@@ -266,7 +265,7 @@ TEST(SessionLocalServer, ASignUpRequestOpensAConversationWithTheStaff) {
     ChatSession& weak = world.make();
     Outcome<void> refused;
     weak.signUp(world.url, SignUpRequest{"A", "a@b.example", {}, "corta", "x", {}, {}},
-                refused.callback());
+                refused.done());
     world.advance(0ms);
     EXPECT_EQ(refused.result->error().description(), "La password deve avere almeno 8 caratteri.");
 }
@@ -280,7 +279,7 @@ TEST(SessionLocalServer, GroupsAreCreatedRenamedAndLeft) {
     const QString secondID = second.state().me->id;
 
     Outcome<QString> created;
-    staff.createGroup("Progetto ponte", {firstID, secondID}, created.callback());
+    staff.createGroup("Progetto ponte", {firstID, secondID}, created.done());
     world.advance(0ms);
     ASSERT_TRUE(created.result && created.result->has_value());
     const QString group = **created.result;
@@ -293,14 +292,14 @@ TEST(SessionLocalServer, GroupsAreCreatedRenamedAndLeft) {
     EXPECT_EQ(countText(messagesOf(second, group), "Ciao a tutti"), 1);
 
     Outcome<void> renamed, removed, left, forbidden;
-    staff.renameGroup(group, "Ponte nord", renamed.callback());
+    staff.renameGroup(group, "Ponte nord", renamed.done());
     world.advance(0ms);
     EXPECT_EQ(second.state().conversations[group].title, "Ponte nord");
-    first.renameGroup(group, "Mio", forbidden.callback());
+    first.renameGroup(group, "Mio", forbidden.done());
     world.advance(0ms);
     EXPECT_EQ(*forbidden.result, std::unexpected(ChatError::server("forbidden")));
 
-    staff.removeMembers(group, {secondID}, removed.callback());
+    staff.removeMembers(group, {secondID}, removed.done());
     world.advance(0ms);
     ASSERT_TRUE(removed.result && removed.result->has_value());
     EXPECT_FALSE(second.state().conversations.contains(group));
@@ -308,7 +307,7 @@ TEST(SessionLocalServer, GroupsAreCreatedRenamedAndLeft) {
     ASSERT_FALSE(world.events[2].empty());
     EXPECT_EQ(world.events[2].back(), SessionEvent::removed(group));
 
-    first.leaveGroup(group, left.callback());
+    first.leaveGroup(group, left.done());
     world.advance(0ms);
     ASSERT_TRUE(left.result && left.result->has_value());
     EXPECT_FALSE(first.state().conversations.contains(group));
@@ -323,10 +322,10 @@ TEST(SessionLocalServer, AvatarAndCompanyUpdatesComeBackAsRecords) {
     const QString png = QStringLiteral("iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAYAAAAfFcSJAAAADUlEQVR42mP"
                                        "8z8BQDwAEhQGAhKmMIQAAAABJRU5ErkJggg==");
     Outcome<void> avatar, badAvatar, company;
-    client.setAvatar(png, avatar.callback());
-    client.setAvatar(QStringLiteral("bm9uIMOoIHVuJ2ltbWFnaW5l"), badAvatar.callback());
+    client.setAvatar(png, avatar.done());
+    client.setAvatar(QStringLiteral("bm9uIMOoIHVuJ2ltbWFnaW5l"), badAvatar.done());
     staff.updateClient(*world.clientAccount(0).clientID, QString("Nome nuovo"),
-                       QString("Paga a 30 giorni"), company.callback());
+                       QString("Paga a 30 giorni"), company.done());
     world.advance(0ms);
     ASSERT_TRUE(avatar.result && avatar.result->has_value());
     EXPECT_EQ(*badAvatar.result, std::unexpected(ChatError::server("image_invalid")));

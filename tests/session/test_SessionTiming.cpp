@@ -90,7 +90,7 @@ TEST(SessionBackoff, SigningOutWhileWaitingCancelsTheReconnect) {
     ASSERT_TRUE(h->status().isWaiting());
     const std::size_t connections = h.transport.connections.size();
     Outcome<void> out;
-    h->signOut(out.callback());
+    h->signOut(out.done());
     h.advance(0ms);
     EXPECT_EQ(out.calls, 1);
     EXPECT_TRUE(h->status().isOffline());
@@ -110,9 +110,9 @@ TEST(SessionReplies, ARequestTimesOutAfterFifteenSecondsAndItsLateReplyIsDropped
     ASSERT_EQ(h->state().messages.value("c1").size(), 1);
 
     Outcome<void> edited;
-    h->edit("c1", 1, "Modificato", edited.callback());
+    h->edit("c1", 1, "Modificato", edited.done());
     Outcome<QList<ReceiptEntry>> receipts;
-    h->receipts("c1", 1, receipts.callback());
+    h->receipts("c1", 1, receipts.done());
     h.advance(0ms);
     const auto edits = h.connection().sentOf(ClientFrame::Type::edit);
     const auto asks = h.connection().sentOf(ClientFrame::Type::receipts);
@@ -143,7 +143,7 @@ TEST(SessionReplies, ARequestTimesOutAfterFifteenSecondsAndItsLateReplyIsDropped
 TEST(SessionReplies, RequestsFailAtOnceOfflineAndWithTheConnection) {
     SessionHarness h;
     Outcome<QString> offline;
-    h->createGroup("Gruppo", {"u-client1"}, offline.callback());
+    h->createGroup("Gruppo", {"u-client1"}, offline.done());
     EXPECT_EQ(offline.calls, 0); // never inside the call
     h.advance(0ms);
     ASSERT_EQ(offline.calls, 1);
@@ -151,7 +151,7 @@ TEST(SessionReplies, RequestsFailAtOnceOfflineAndWithTheConnection) {
 
     h.signIn();
     Outcome<QString> pending;
-    h->createGroup("Gruppo", {"u-client1"}, pending.callback());
+    h->createGroup("Gruppo", {"u-client1"}, pending.done());
     h.advance(0ms);
     h.connection().fail();
     h.advance(0ms);
@@ -183,6 +183,71 @@ TEST(SessionSave, TwentyChangesWithinASecondMakeOneWriteASecondAfterTheLast) {
     EXPECT_EQ(h.store.states.at(staffID).conversations.value("c1").reads.value("u-client1"), 20);
     h.advance(10s);
     EXPECT_EQ(h.store.writes.size(), 1u);
+}
+
+TEST(SessionSave, ChangesThatNeverPauseAreSavedFiveSecondsAfterTheFirst) {
+    SessionHarness h;
+    h.signIn();
+    h.advance(5s);
+    h.store.writes.clear();
+    const QDateTime first = h.clock.now();
+    for (int i = 1; i <= 30; ++i) { // one change every 400 ms for 12 s
+        h.connection().push(ServerFrame::read({"c1", "u-client1", i}));
+        h.advance(400ms);
+    }
+    ASSERT_GE(h.store.writes.size(), 2u);
+    EXPECT_EQ(h.store.writes[0].at, first.addSecs(5));
+    // The next unsaved change came 200 ms after that write.
+    EXPECT_EQ(h.store.writes[1].at, first.addMSecs(10200));
+}
+
+// While read marks keep the state's save waiting, every change of the outbox is written at once.
+TEST(SessionSave, EveryChangeOfTheOutboxIsWrittenAtOnceWhateverElseIsGoingOn) {
+    SessionHarness h;
+    h.signIn();
+    h.server.ackSends = false;
+    h.advance(5s);
+    h.store.writes.clear();
+    int seq = 0;
+    auto traffic = [&](Duration length) {
+        for (Duration t{0}; t < length; t += 300ms) {
+            h.connection().push(ServerFrame::read({"c2", "u-client2", ++seq}));
+            h.advance(300ms);
+        }
+    };
+    auto savedOutbox = [&] { return h.store.outboxes[staffID]; };
+
+    traffic(900ms);
+    const QString first = h->send("c1", "primo");
+    const QDateTime sentAt = h.clock.now();
+    h.advance(0ms);
+    ASSERT_FALSE(h.store.outboxWrites.empty());
+    EXPECT_EQ(h.store.outboxWrites.back().at, sentAt);
+    ASSERT_EQ(savedOutbox().size(), 1);
+    EXPECT_EQ(savedOutbox().first().clientID, first);
+    EXPECT_TRUE(h.store.writes.empty()); // the state itself waits
+
+    // The ack retires it on disk too.
+    traffic(600ms);
+    const ClientFrame* frame = h.connection().sentOf(ClientFrame::Type::send).back();
+    ChatMessage stored = message("c1", 1, staffID, "primo", h.clock.now());
+    stored.clientID = first;
+    h.connection().push(ServerFrame::ack({frame->as<SendRequest>()->id, stored}));
+    h.advance(0ms);
+    EXPECT_EQ(h.store.outboxWrites.back().at, h.clock.now());
+    EXPECT_TRUE(savedOutbox().isEmpty());
+
+    // A failure is recorded, cleared by a retry, and the entry dropped: each is on disk at once.
+    const QString second = h->send("c1", "secondo");
+    traffic(15s);
+    ASSERT_EQ(savedOutbox().size(), 1);
+    EXPECT_EQ(savedOutbox().first().failure, ChatError::timeout().description());
+    ASSERT_TRUE(h->retrySend(second));
+    EXPECT_FALSE(savedOutbox().first().failure);
+    ASSERT_TRUE(h->discardPending(second));
+    EXPECT_TRUE(savedOutbox().isEmpty());
+    // Writes only happen on a change: the read marks wrote no outbox.
+    EXPECT_EQ(h.store.outboxWrites.size(), 6u);
 }
 
 TEST(SessionSave, TheSavedCopyIsTrimmedAndHoldsNoPresence) {
@@ -286,6 +351,42 @@ TEST(SessionReceipts, TenMessagesInThreeConversationsMakeThreeDeliveredFrames) {
     EXPECT_EQ(h.events.size(), 10u);
     h.advance(5s);
     EXPECT_EQ(h.connection().sentOf(ClientFrame::Type::delivered).size(), 3u);
+}
+
+TEST(SessionReceipts, AReceiptLostWithItsConnectionIsSentAgainAfterTheReconnect) {
+    SessionHarness h(noJitter());
+    h.signIn();
+    h.connection().push(
+        ServerFrame::message({message("c1", 1, "u-client1", "ciao", h.clock.now())}));
+    h.server.welcome.conversations[0].lastSeq = 1;
+    h.advance(0ms);
+    // The receipt leaves but the connection takes nothing more and breaks.
+    h.connection().holdSends = true;
+    h.advance(250ms);
+    ASSERT_EQ(h.connection().sentOf(ClientFrame::Type::delivered).size(), 1u);
+    h.connection().fail();
+    h.advance(0ms);
+    h.advanceTo(h->status().until);
+    ASSERT_TRUE(h->status().isOnline());
+    ASSERT_EQ(h.transport.connections.size(), 2u);
+
+    // The server's welcome says it never got it: it goes again, once.
+    h.advance(250ms);
+    auto delivered = h.connection().sentOf(ClientFrame::Type::delivered);
+    ASSERT_EQ(delivered.size(), 1u);
+    EXPECT_EQ(delivered[0]->as<ReadRequest>()->conversationID, "c1");
+    EXPECT_EQ(delivered[0]->as<ReadRequest>()->seq, 1);
+    h.advance(5s);
+    EXPECT_EQ(h.connection().sentOf(ClientFrame::Type::delivered).size(), 1u);
+
+    // Once the server has it (its welcome carries the mark), a reconnect sends nothing.
+    h.server.welcome.conversations[0].delivered.insert(staffID, 1);
+    h.connection().fail();
+    h.advance(0ms);
+    h.advanceTo(h->status().until);
+    ASSERT_TRUE(h->status().isOnline());
+    h.advance(5s);
+    EXPECT_TRUE(h.connection().sentOf(ClientFrame::Type::delivered).empty());
 }
 
 TEST(SessionKeepAlive, APongThatDoesNotComeClosesTheConnection) {

@@ -32,8 +32,8 @@ protected:
 
     ChatSession& signIn(const QString& email) {
         stores.push_back(std::make_unique<MemoryStore>(world.clock));
-        sessions.push_back(std::make_unique<ChatSession>(
-            world.clock, transport, stores.back().get(), LocalWorld::client()));
+        sessions.push_back(std::make_unique<ChatSession>(world.clock, transport,
+                                                         stores.back().get(), testClient()));
         ChatSession& session = *sessions.back();
         std::optional<std::expected<void, ChatError>> result;
         session.signIn(url, email, QString::fromLatin1(LocalServer::demoPassword),
@@ -114,7 +114,7 @@ TEST_F(SessionWebSocketTest, TwoSessionsTalkAndSurviveTheServerDroppingEveryConn
 TEST_F(SessionWebSocketTest, AnUnreachableServerIsReportedToTheSignIn) {
     listener.closeAll();
     waitUntil([&] { return listener.connectionCount() == 0; });
-    ChatSession session(world.clock, transport, nullptr, LocalWorld::client());
+    ChatSession session(world.clock, transport, nullptr, testClient());
     // Nothing listens on this port any more.
     std::optional<std::expected<void, ChatError>> result;
     session.signIn(QUrl(QStringLiteral("ws://127.0.0.1:1/ws")), "a@b.it", "password1",
