@@ -1,5 +1,6 @@
 #include "state/Timeline.h"
 
+#include "model/Clock.h"
 #include "state/ChatState.h"
 
 #include <QHash>
@@ -10,7 +11,8 @@ namespace brevio {
 
 namespace {
 
-constexpr qint64 groupGapMs = 300LL * 1000;
+// Neighbouring rows of one author closer than this share a bubble group.
+constexpr Duration groupingGap = std::chrono::minutes(5);
 constexpr qint64 changeWindowMs = 86400LL * 1000;
 
 qint64 msecsOf(const QDateTime& date) {
@@ -206,15 +208,19 @@ QList<TimelineEntry> buildTimeline(const ChatState& state, const QString& conver
             separated = true;
         }
 
+        // The author line looks at how far apart the two rows are, in either direction.
         bool showsAuthor = !f.mine;
         if (showsAuthor && !separated && *facts[std::size_t(i - 1)].author == *f.author)
-            showsAuthor = std::abs(f.ms - facts[std::size_t(i - 1)].ms) >= groupGapMs;
+            showsAuthor = Duration(std::abs(f.ms - facts[std::size_t(i - 1)].ms)) >= groupingGap;
 
+        // A bubble only joins a next one that follows it in time: a row dated before this one
+        // (skewed clock, an outbox entry older than the last accepted message) starts its own.
         bool continues = false;
         if (i + 1 < count && i + 1 != firstUnread) {
             const Facts& next = facts[std::size_t(i + 1)];
+            const Duration after(next.ms - f.ms);
             continues = day.contains(next.ms) && *next.author == *f.author &&
-                        std::abs(next.ms - f.ms) < groupGapMs;
+                        after >= Duration::zero() && after < groupingGap;
         }
 
         TimelineEntry entry;
