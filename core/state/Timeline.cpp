@@ -1,6 +1,7 @@
 #include "state/Timeline.h"
 
 #include "model/Clock.h"
+#include "model/MessageRules.h"
 #include "state/ChatState.h"
 
 #include <QHash>
@@ -13,7 +14,6 @@ namespace {
 
 // Neighbouring rows of one author closer than this share a bubble group.
 constexpr Duration groupingGap = std::chrono::minutes(5);
-constexpr qint64 changeWindowMs = 86400LL * 1000;
 
 qint64 msecsOf(const QDateTime& date) {
     return date.isValid() ? date.toMSecsSinceEpoch() : 0;
@@ -227,7 +227,7 @@ QList<TimelineEntry> buildTimeline(const ChatState& state, const QString& conver
         if (i < storedCount) {
             const ChatMessage& m = stored[i];
             const bool canChange = f.mine && !m.deletedAt && m.sentAt.isValid() && now.isValid() &&
-                                   nowMs - f.ms < changeWindowMs;
+                                   Duration(nowMs - f.ms) < messageChangeWindow;
             entry.message = TimelineMessage{
                 m.id,         m.clientID,     m.text,
                 m.authorID,   m.sentAt,       f.mine,
