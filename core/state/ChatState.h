@@ -7,7 +7,8 @@
 // - every key of `messages`, `historyStart`, `revisions` and `typing` is a key of `conversations`;
 // - each message list is ascending by seq with one message per seq;
 // - a conversation's lastSeq and its reads/delivered entries never decrease (the one exception is
-//   a welcome that shows the server has gone back: then the server's copy is taken as it is);
+//   a welcome that shows the server has gone back, with a lastSeq below ours, loaded messages
+//   beyond it or a revision below the one we synced: then the server's copy is taken as it is);
 // - a message is only replaced by a copy with the same seq and a revision at least as high.
 // No operation fails: unknown conversations, unknown messages and stale copies are ignored.
 

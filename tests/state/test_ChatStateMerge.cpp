@@ -53,6 +53,22 @@ TEST(ChatStateWelcome, ServerBehindLoadedMessagesDropsThem) {
     EXPECT_EQ(s.revisions.value("d"), 4);  // nothing held: takes the welcome's revision
 }
 
+TEST(ChatStateWelcome, ServerBehindOurLastSeqOnlyGivesItsSummaryBack) {
+    ChatState s = signedInState();
+    s.mergeHistory("d", range("d", 1, 7), false, true);
+    s.markRead("d");
+    ASSERT_EQ(s.insert(message("d", 12, "ann")), InsertResult::gap(7));
+
+    Conversation back = direct("d", "acme", 10);
+    back.lastMessage = message("d", 10, "ann");
+    back.reads = {{"me", 7}, {"ann", 10}};
+    s.applyWelcome(welcomeWith({back, group("g", {"me", "ann"})}));
+    EXPECT_EQ(s.conversations["d"], back);
+    EXPECT_EQ(s.unreadCount("d"), 3);
+    EXPECT_EQ(seqsOf(s.messages["d"]), (QList<qint64>{1, 2, 3, 4, 5, 6, 7})); // still there
+    EXPECT_EQ(s.historyStart.value("d"), 1);
+}
+
 TEST(ChatStateWelcome, ServerBehindSyncedRevisionDropsLoadedMessages) {
     ChatState s = signedInState();
     s.mergeHistory("d", range("d", 1, 3), false, true);

@@ -189,6 +189,7 @@ private:
     void applyRandomWelcome() {
         Welcome w = welcomeFor(*state_.me);
         w.conversations.clear();
+        QSet<QString> dropped;
         for (const QString c : {"d", "g", "h"}) {
             if (c != QStringLiteral("d") && chance(20))
                 continue; // no longer visible
@@ -202,12 +203,26 @@ private:
             const QList<ChatMessage> loaded = state_.messages.value(c);
             if ((!loaded.isEmpty() && loaded.last().seq > conv.lastSeq) ||
                 (state_.revisions.contains(c) && state_.revisions.value(c) > conv.revision))
+                dropped.insert(c);
+            if (dropped.contains(c) || lastSeqOf(c) > conv.lastSeq)
                 wentBack_.insert(c);
         }
+        const ChatState before = state_;
         state_.applyWelcome(w);
-        for (const QString& c : wentBack_) {
-            EXPECT_FALSE(state_.messages.contains(c)) << c.toStdString();
-            EXPECT_FALSE(state_.historyStart.contains(c)) << c.toStdString();
+        for (const Conversation& conv : w.conversations) {
+            const QString& c = conv.id;
+            SCOPED_TRACE(c.toStdString());
+            if (wentBack_.contains(c)) {
+                EXPECT_EQ(state_.conversations.value(c), conv);
+            } else {
+                EXPECT_GE(lastSeqOf(c), conv.lastSeq);
+            }
+            if (dropped.contains(c)) {
+                EXPECT_FALSE(state_.messages.contains(c));
+                EXPECT_FALSE(state_.historyStart.contains(c));
+            } else {
+                EXPECT_EQ(state_.messages.value(c), before.messages.value(c));
+            }
         }
     }
 
