@@ -69,10 +69,6 @@ struct HistoryDirection {
     friend bool operator==(const HistoryDirection&, const HistoryDirection&) = default;
 };
 
-inline size_t qHash(const HistoryDirection& d, size_t seed = 0) noexcept {
-    return qHashMulti(seed, static_cast<int>(d.kind), d.seq);
-}
-
 // The marks that decide the delivery state of every own message of one conversation: read up to
 // `read`, delivered up to `delivered`; without other participants (`valid` false) only `sent`.
 struct DeliveryThresholds {
@@ -121,9 +117,6 @@ struct ChatState {
     // conversation than `conversationID` are ignored.
     void mergeHistory(const QString& conversationID, QList<ChatMessage> messages, bool hasMore,
                       bool reachedBack);
-    void mergeHistory(const HistoryPage& page, const HistoryDirection& direction) {
-        mergeHistory(page.conversationID, page.messages, page.hasMore, direction.reachesBack());
-    }
 
     // A changes page: loaded copies are updated as by applyUpdate; messages beyond the loaded list
     // are taken like live messages (appended when they follow on, otherwise only the summary
@@ -131,9 +124,6 @@ struct ChatState {
     // after which messages are missing when new ones did not follow on (fetch newer(after:) then).
     std::optional<qint64> mergeChanges(const QString& conversationID,
                                        const QList<ChatMessage>& messages, qint64 revision);
-    std::optional<qint64> mergeChanges(const ChangesPage& page) {
-        return mergeChanges(page.conversationID, page.messages, page.revision);
-    }
 
     // ---- Outbox -------------------------------------------------------------------------------
 
@@ -220,7 +210,6 @@ private:
 // "conversations", "messages", "historyStart", "outbox", "revisions". Presence and typing are never
 // written. Maps are written with their keys sorted, so equal states give equal files.
 
-boost::json::value toJson(const ChatState& state);
 // Throws DecodeError. A missing or null collection reads as empty. The result is normalised:
 // messages of unknown conversations are dropped, lists sorted by seq without duplicates, and
 // lastSeq raised to the last loaded seq.

@@ -59,30 +59,6 @@ std::optional<QuotedMessage> quoteFor(const ChatState& state, const QString& con
 
 } // namespace
 
-size_t qHash(const TimelineMessage& m, size_t seed) noexcept {
-    size_t h = qHashMulti(seed, m.id, m.clientID, m.text, m.authorID, m.date, m.isMine,
-                          m.showsAuthor, m.continues, m.delivery, m.seq, m.showsStatus);
-    h = qHashMulti(h, m.quote.has_value(), m.isEdited, m.isDeleted, m.canChange);
-    if (m.quote)
-        h = qHash(*m.quote, h);
-    for (const Reaction& r : m.reactions)
-        h = qHash(r, h);
-    return h;
-}
-
-size_t qHash(const TimelineEntry& e, size_t seed) noexcept {
-    size_t h = qHashMulti(seed, static_cast<int>(e.kind));
-    switch (e.kind) {
-    case TimelineEntry::Kind::day:
-        return qHashMulti(h, e.day, e.dayOccurrence);
-    case TimelineEntry::Kind::unread:
-        return qHashMulti(h, e.count);
-    case TimelineEntry::Kind::message:
-        return qHash(e.message, h);
-    }
-    return h;
-}
-
 TimelineEntry TimelineEntry::dayEntry(QDateTime start, int occurrence) {
     TimelineEntry e;
     e.kind = Kind::day;
@@ -95,13 +71,6 @@ TimelineEntry TimelineEntry::unreadEntry(qint64 count) {
     TimelineEntry e;
     e.kind = Kind::unread;
     e.count = count;
-    return e;
-}
-
-TimelineEntry TimelineEntry::messageEntry(TimelineMessage message) {
-    TimelineEntry e;
-    e.kind = Kind::message;
-    e.message = std::move(message);
     return e;
 }
 
