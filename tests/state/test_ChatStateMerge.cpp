@@ -65,32 +65,6 @@ TEST(ChatStateWelcome, AServerThatWentBackIsTakenAsSent) {
     EXPECT_EQ(s.historyStart.value("g"), 1);
 }
 
-TEST(ChatStateWelcome, UpToDateConversationKeepsWhatIsLoaded) {
-    ChatState s = signedInState();
-    s.mergeHistory("d", range("d", 1, 5), false, true);
-    s.mergeChanges("d", {}, 2);
-    s.markRead("d");
-    s.appendPending(pendingMessage("p1", "d"));
-
-    Conversation d = direct("d", "acme", 7);
-    d.title = "Acme S.r.l.";
-    d.revision = 3;
-    d.reads.insert("me", 2); // the server has not seen my last read yet
-    d.reads.insert("ann", 7);
-    s.applyWelcome(welcomeWith({d, group("g", {"me", "ann"}, 0)}));
-
-    EXPECT_EQ(seqsOf(s.messages["d"]), (QList<qint64>{1, 2, 3, 4, 5}));
-    EXPECT_EQ(s.historyStart.value("d"), 1);
-    EXPECT_EQ(s.revisions.value("d"), 2); // still to be brought up to date by a changes request
-    EXPECT_EQ(s.revisions.value("g"), 0);
-    const Conversation& c = s.conversations["d"];
-    EXPECT_EQ(c.title, "Acme S.r.l.");
-    EXPECT_EQ(c.lastSeq, 7);
-    EXPECT_EQ(c.reads.value("me"), 5);
-    EXPECT_EQ(c.reads.value("ann"), 7);
-    EXPECT_EQ(s.outbox.size(), 1);
-}
-
 TEST(ChatStateWelcome, TakesPeopleAndPresenceFromTheSnapshot) {
     ChatState s = signedInState();
     s.setOnline("bob", true);

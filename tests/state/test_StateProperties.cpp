@@ -238,6 +238,7 @@ private:
             conv.lastSeq = std::max<qint64>(0, conv.lastSeq + pick(-3, 3));
             conv.revision = std::max<qint64>(0, state_.revisions.value(c) + pick(-2, 2));
             conv.reads.insert("ann", pick(0, 10));
+            conv.title = QStringLiteral("w%1").arg(step_);
             w.conversations.append(conv);
 
             const QList<ChatMessage> loaded = state_.messages.value(c);
@@ -249,21 +250,35 @@ private:
         }
         const ChatState before = state_;
         state_.applyWelcome(w);
+        QSet<QString> listed;
         for (const Conversation& conv : w.conversations) {
             const QString& c = conv.id;
             SCOPED_TRACE(c.toStdString());
+            listed.insert(c);
+            const Conversation& now = state_.conversations[c];
             if (wentBack_.contains(c)) {
-                EXPECT_EQ(state_.conversations.value(c), conv);
+                EXPECT_EQ(now, conv);
             } else {
-                EXPECT_GE(lastSeqOf(c), conv.lastSeq);
+                // The server's record, with whatever we hold further along.
+                EXPECT_EQ(now.title, conv.title);
+                EXPECT_GE(now.lastSeq, conv.lastSeq);
+                for (auto m = conv.reads.cbegin(); m != conv.reads.cend(); ++m)
+                    EXPECT_GE(now.reads.value(m.key()), *m);
             }
             if (dropped.contains(c)) {
                 EXPECT_FALSE(state_.messages.contains(c));
                 EXPECT_FALSE(state_.historyStart.contains(c));
             } else {
                 EXPECT_EQ(state_.messages.value(c), before.messages.value(c));
+                EXPECT_EQ(state_.historyStart.value(c, -1), before.historyStart.value(c, -1));
             }
+            // With nothing held there is nothing to bring up to date.
+            EXPECT_EQ(state_.revisions.value(c),
+                      state_.messages.contains(c) ? before.revisions.value(c) : conv.revision);
         }
+        QList<PendingMessage> kept = before.outbox;
+        kept.removeIf([&](const PendingMessage& p) { return !listed.contains(p.conversationID); });
+        EXPECT_EQ(state_.outbox, kept);
     }
 
     void checkSound() {
