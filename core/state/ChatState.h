@@ -110,7 +110,9 @@ struct ChatState {
 
     // A welcome snapshot. A welcome for another user than `me` first resets the whole state.
     // Conversations the welcome no longer lists are dropped together with their messages, marks
-    // and unsent outbox entries: the user has lost access to them.
+    // and unsent outbox entries: the user has lost access to them. A listed conversation keeps
+    // whatever we hold further along, unless the server went back (see the invariants above):
+    // then its record is taken as sent, and loaded messages beyond it are dropped.
     void applyWelcome(const Welcome& welcome);
 
     // A history page. `reachedBack` is true for older and latest requests. Messages naming another
