@@ -248,7 +248,6 @@ private:
             if (dropped.contains(c) || lastSeqOf(c) > conv.lastSeq)
                 wentBack_.insert(c);
         }
-        const ChatState before = state_;
         state_.applyWelcome(w);
         QSet<QString> listed;
         for (const Conversation& conv : w.conversations) {
@@ -269,14 +268,14 @@ private:
                 EXPECT_FALSE(state_.messages.contains(c));
                 EXPECT_FALSE(state_.historyStart.contains(c));
             } else {
-                EXPECT_EQ(state_.messages.value(c), before.messages.value(c));
-                EXPECT_EQ(state_.historyStart.value(c, -1), before.historyStart.value(c, -1));
+                EXPECT_EQ(state_.messages.value(c), before_->messages.value(c));
+                EXPECT_EQ(state_.historyStart.value(c, -1), before_->historyStart.value(c, -1));
             }
             // With nothing held there is nothing to bring up to date.
             EXPECT_EQ(state_.revisions.value(c),
-                      state_.messages.contains(c) ? before.revisions.value(c) : conv.revision);
+                      state_.messages.contains(c) ? before_->revisions.value(c) : conv.revision);
         }
-        QList<PendingMessage> kept = before.outbox;
+        QList<PendingMessage> kept = before_->outbox;
         kept.removeIf([&](const PendingMessage& p) { return !listed.contains(p.conversationID); });
         EXPECT_EQ(state_.outbox, kept);
     }
