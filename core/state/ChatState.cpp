@@ -258,17 +258,22 @@ void ChatState::applyWelcome(const Welcome& welcome) {
         auto lit = messages.constFind(id);
         const bool hasLoaded = lit != messages.cend() && !lit->isEmpty();
         auto rit = revisions.constFind(id);
-        const bool wentBack = (hasLoaded && lit->constLast().seq > incoming.lastSeq) ||
-                              (rit != revisions.cend() && *rit > incoming.revision);
+        // Loaded messages or a synced revision beyond the server's: what we loaded is not
+        // what the server now has.
+        const bool loadedBeyond = (hasLoaded && lit->constLast().seq > incoming.lastSeq) ||
+                                  (rit != revisions.cend() && *rit > incoming.revision);
 
         auto cit = conversations.find(id);
         if (cit == conversations.end()) {
             conversations.insert(id, incoming);
-        } else if (wentBack) {
-            // The server lost what we hold: its copy is the truth, and what we loaded is not.
+        } else if (loadedBeyond || cit->lastSeq > incoming.lastSeq) {
+            // The server went back: its summary is the truth (a preview or an unread count of
+            // messages it no longer has would never go away), and only what lies beyond it goes.
             *cit = incoming;
-            messages.remove(id);
-            historyStart.remove(id);
+            if (loadedBeyond) {
+                messages.remove(id);
+                historyStart.remove(id);
+            }
         } else {
             Conversation merged = incoming;
             keepFurthest(merged, *cit);

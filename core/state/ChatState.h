@@ -7,7 +7,8 @@
 // - every key of `messages`, `historyStart`, `revisions` and `typing` is a key of `conversations`;
 // - each message list is ascending by seq with one message per seq;
 // - a conversation's lastSeq and its reads/delivered entries never decrease (the one exception is
-//   a welcome that shows the server has gone back: then the server's copy is taken as it is);
+//   a welcome that shows the server has gone back, with a lastSeq below ours, loaded messages
+//   beyond it or a revision below the one we synced: then the server's copy is taken as it is);
 // - a message is only replaced by a copy with the same seq and a revision at least as high.
 // No operation fails: unknown conversations, unknown messages and stale copies are ignored.
 
@@ -68,10 +69,6 @@ struct HistoryDirection {
     friend bool operator==(const HistoryDirection&, const HistoryDirection&) = default;
 };
 
-inline size_t qHash(const HistoryDirection& d, size_t seed = 0) noexcept {
-    return qHashMulti(seed, static_cast<int>(d.kind), d.seq);
-}
-
 // The marks that decide the delivery state of every own message of one conversation: read up to
 // `read`, delivered up to `delivered`; without other participants (`valid` false) only `sent`.
 struct DeliveryThresholds {
@@ -113,16 +110,15 @@ struct ChatState {
 
     // A welcome snapshot. A welcome for another user than `me` first resets the whole state.
     // Conversations the welcome no longer lists are dropped together with their messages, marks
-    // and unsent outbox entries: the user has lost access to them.
+    // and unsent outbox entries: the user has lost access to them. A listed conversation keeps
+    // whatever we hold further along, unless the server went back (see the invariants above):
+    // then its record is taken as sent, and loaded messages beyond it are dropped.
     void applyWelcome(const Welcome& welcome);
 
     // A history page. `reachedBack` is true for older and latest requests. Messages naming another
     // conversation than `conversationID` are ignored.
     void mergeHistory(const QString& conversationID, QList<ChatMessage> messages, bool hasMore,
                       bool reachedBack);
-    void mergeHistory(const HistoryPage& page, const HistoryDirection& direction) {
-        mergeHistory(page.conversationID, page.messages, page.hasMore, direction.reachesBack());
-    }
 
     // A changes page: loaded copies are updated as by applyUpdate; messages beyond the loaded list
     // are taken like live messages (appended when they follow on, otherwise only the summary
@@ -130,9 +126,6 @@ struct ChatState {
     // after which messages are missing when new ones did not follow on (fetch newer(after:) then).
     std::optional<qint64> mergeChanges(const QString& conversationID,
                                        const QList<ChatMessage>& messages, qint64 revision);
-    std::optional<qint64> mergeChanges(const ChangesPage& page) {
-        return mergeChanges(page.conversationID, page.messages, page.revision);
-    }
 
     // ---- Outbox -------------------------------------------------------------------------------
 
@@ -219,7 +212,6 @@ private:
 // "conversations", "messages", "historyStart", "outbox", "revisions". Presence and typing are never
 // written. Maps are written with their keys sorted, so equal states give equal files.
 
-boost::json::value toJson(const ChatState& state);
 // Throws DecodeError. A missing or null collection reads as empty. The result is normalised:
 // messages of unknown conversations are dropped, lists sorted by seq without duplicates, and
 // lastSeq raised to the last loaded seq.

@@ -19,46 +19,6 @@ template <class Map> QStringList sortedKeys(const Map& map) {
     return keys;
 }
 
-template <class Map, class Encode>
-bj::value encodeMap(const Map& map, const bj::storage_ptr& sp, Encode&& encodeOne) {
-    bj::object o(sp);
-    o.reserve(std::size_t(map.size()));
-    for (const QString& key : sortedKeys(map))
-        o.emplace(json::toJsonString(key, sp), encodeOne(map.value(key)));
-    return o;
-}
-
-bj::value encodeState(const ChatState& s, const bj::storage_ptr& sp) {
-    bj::object o(sp);
-    o.reserve(9);
-    if (s.me)
-        o.emplace("me", json::encode(*s.me, sp));
-    o.emplace("organization", json::toJsonString(s.organization, sp));
-    o.emplace("users", encodeMap(s.users, sp, [&](const User& u) { return json::encode(u, sp); }));
-    o.emplace("clients", encodeMap(s.clients, sp,
-                                   [&](const ClientCompany& c) { return json::encode(c, sp); }));
-    o.emplace("conversations", encodeMap(s.conversations, sp, [&](const Conversation& c) {
-                  return json::encode(c, sp);
-              }));
-    o.emplace("messages", encodeMap(s.messages, sp, [&](const QList<ChatMessage>& list) {
-                  bj::array a(sp);
-                  a.reserve(std::size_t(list.size()));
-                  for (const ChatMessage& m : list)
-                      a.push_back(json::encode(m, sp));
-                  return bj::value(std::move(a));
-              }));
-    o.emplace("historyStart", encodeMap(s.historyStart, sp,
-                                        [&](qint64 v) { return bj::value(std::int64_t(v), sp); }));
-    bj::array outbox(sp);
-    outbox.reserve(std::size_t(s.outbox.size()));
-    for (const PendingMessage& p : s.outbox)
-        outbox.push_back(json::encode(p, sp));
-    o.emplace("outbox", std::move(outbox));
-    o.emplace("revisions",
-              encodeMap(s.revisions, sp, [&](qint64 v) { return bj::value(std::int64_t(v), sp); }));
-    return o;
-}
-
 // A map field: missing or null reads as empty; anything but an object is an error.
 const bj::object* mapField(const json::Fields& f, std::string_view key) {
     const bj::value* v = f.find(key);
@@ -85,10 +45,6 @@ QHash<QString, qint64> decodeSeqMap(const json::Fields& f, std::string_view key,
 }
 
 } // namespace
-
-boost::json::value toJson(const ChatState& state) {
-    return encodeState(state, {});
-}
 
 ChatState chatStateFromJson(const boost::json::value& value) {
     const json::Fields f(value, "ChatState");
@@ -139,10 +95,11 @@ ChatState chatStateFromJson(const boost::json::value& value) {
 
 namespace {
 
-// Writes the same text as serialising toJson(), record by record and straight to text: a saved
-// state runs to tens of megabytes, and a whole tree of it would cost several times that in memory
-// and allocations. The text goes out in parts of about `partSize` bytes, so the whole of it never
-// has to be in memory either.
+// Writes the saved form record by record and straight to text: a saved state runs to tens of
+// megabytes, and a whole JSON tree of it would cost several times that in memory and allocations.
+// The text goes out in parts of about `partSize` bytes, so the whole of it never has to be in
+// memory either. The output is what boost::json::serialize gives for the same value: compact,
+// keys in the order written.
 class StateWriter {
 public:
     static constexpr std::size_t partSize = 256 * 1024;

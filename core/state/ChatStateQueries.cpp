@@ -3,17 +3,12 @@
 
 #include "state/ChatState.h"
 
+#include "model/MessageRules.h"
 #include "state/Timeline.h"
 
 #include <algorithm>
 
 namespace brevio {
-
-namespace {
-
-constexpr qint64 changeWindowMs = 86400LL * 1000;
-
-} // namespace
 
 qint64 ChatState::unreadCount(const QString& conversationID) const {
     auto cit = conversations.constFind(conversationID);
@@ -34,7 +29,7 @@ qint64 ChatState::totalUnread() const {
 
 bool ChatState::canChange(const ChatMessage& message, const QDateTime& now) const {
     return me && message.authorID == me->id && !message.deletedAt && message.sentAt.isValid() &&
-           now.isValid() && message.sentAt.msecsTo(now) < changeWindowMs;
+           now.isValid() && Duration(message.sentAt.msecsTo(now)) < messageChangeWindow;
 }
 
 QList<PendingMessage> ChatState::pending(const QString& conversationID) const {

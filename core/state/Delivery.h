@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QHashFunctions>
 #include <QString>
 
 namespace brevio {
@@ -18,16 +17,7 @@ struct Delivery {
     static Delivery delivered() { return {Kind::delivered, {}}; }
     static Delivery read() { return {Kind::read, {}}; }
 
-    // Accepted by the server (sent, delivered or read), as opposed to still in the outbox.
-    bool isAccepted() const {
-        return kind == Kind::sent || kind == Kind::delivered || kind == Kind::read;
-    }
-
     friend bool operator==(const Delivery&, const Delivery&) = default;
 };
-
-inline size_t qHash(const Delivery& d, size_t seed = 0) noexcept {
-    return qHashMulti(seed, static_cast<int>(d.kind), d.failure);
-}
 
 } // namespace brevio

@@ -1,5 +1,7 @@
 #include "state/Timeline.h"
 
+#include "model/Clock.h"
+#include "model/MessageRules.h"
 #include "state/ChatState.h"
 
 #include <QHash>
@@ -10,8 +12,8 @@ namespace brevio {
 
 namespace {
 
-constexpr qint64 groupGapMs = 300LL * 1000;
-constexpr qint64 changeWindowMs = 86400LL * 1000;
+// Neighbouring rows of one author closer than this share a bubble group.
+constexpr Duration groupingGap = std::chrono::minutes(5);
 
 qint64 msecsOf(const QDateTime& date) {
     return date.isValid() ? date.toMSecsSinceEpoch() : 0;
@@ -57,30 +59,6 @@ std::optional<QuotedMessage> quoteFor(const ChatState& state, const QString& con
 
 } // namespace
 
-size_t qHash(const TimelineMessage& m, size_t seed) noexcept {
-    size_t h = qHashMulti(seed, m.id, m.clientID, m.text, m.authorID, m.date, m.isMine,
-                          m.showsAuthor, m.continues, m.delivery, m.seq, m.showsStatus);
-    h = qHashMulti(h, m.quote.has_value(), m.isEdited, m.isDeleted, m.canChange);
-    if (m.quote)
-        h = qHash(*m.quote, h);
-    for (const Reaction& r : m.reactions)
-        h = qHash(r, h);
-    return h;
-}
-
-size_t qHash(const TimelineEntry& e, size_t seed) noexcept {
-    size_t h = qHashMulti(seed, static_cast<int>(e.kind));
-    switch (e.kind) {
-    case TimelineEntry::Kind::day:
-        return qHashMulti(h, e.day, e.dayOccurrence);
-    case TimelineEntry::Kind::unread:
-        return qHashMulti(h, e.count);
-    case TimelineEntry::Kind::message:
-        return qHash(e.message, h);
-    }
-    return h;
-}
-
 TimelineEntry TimelineEntry::dayEntry(QDateTime start, int occurrence) {
     TimelineEntry e;
     e.kind = Kind::day;
@@ -93,13 +71,6 @@ TimelineEntry TimelineEntry::unreadEntry(qint64 count) {
     TimelineEntry e;
     e.kind = Kind::unread;
     e.count = count;
-    return e;
-}
-
-TimelineEntry TimelineEntry::messageEntry(TimelineMessage message) {
-    TimelineEntry e;
-    e.kind = Kind::message;
-    e.message = std::move(message);
     return e;
 }
 
@@ -206,22 +177,26 @@ QList<TimelineEntry> buildTimeline(const ChatState& state, const QString& conver
             separated = true;
         }
 
+        // The author line looks at how far apart the two rows are, in either direction.
         bool showsAuthor = !f.mine;
         if (showsAuthor && !separated && *facts[std::size_t(i - 1)].author == *f.author)
-            showsAuthor = std::abs(f.ms - facts[std::size_t(i - 1)].ms) >= groupGapMs;
+            showsAuthor = Duration(std::abs(f.ms - facts[std::size_t(i - 1)].ms)) >= groupingGap;
 
+        // A bubble only joins a next one that follows it in time: a row dated before this one
+        // (skewed clock, an outbox entry older than the last accepted message) starts its own.
         bool continues = false;
         if (i + 1 < count && i + 1 != firstUnread) {
             const Facts& next = facts[std::size_t(i + 1)];
+            const Duration after(next.ms - f.ms);
             continues = day.contains(next.ms) && *next.author == *f.author &&
-                        std::abs(next.ms - f.ms) < groupGapMs;
+                        after >= Duration::zero() && after < groupingGap;
         }
 
         TimelineEntry entry;
         if (i < storedCount) {
             const ChatMessage& m = stored[i];
             const bool canChange = f.mine && !m.deletedAt && m.sentAt.isValid() && now.isValid() &&
-                                   nowMs - f.ms < changeWindowMs;
+                                   Duration(nowMs - f.ms) < messageChangeWindow;
             entry.message = TimelineMessage{
                 m.id,         m.clientID,     m.text,
                 m.authorID,   m.sentAt,       f.mine,

@@ -40,8 +40,6 @@ struct TimelineMessage {
     friend bool operator==(const TimelineMessage&, const TimelineMessage&) = default;
 };
 
-size_t qHash(const TimelineMessage& m, size_t seed = 0) noexcept;
-
 struct TimelineEntry {
     enum class Kind { day, unread, message };
 
@@ -53,7 +51,6 @@ struct TimelineEntry {
 
     static TimelineEntry dayEntry(QDateTime start, int occurrence = 1);
     static TimelineEntry unreadEntry(qint64 count);
-    static TimelineEntry messageEntry(TimelineMessage message);
 
     // Stable, distinct identity for list diffing: "day:2025-03-14" (a day met again gets
     // "day:2025-03-14/2"), "unread", "msg:<message id>" for an accepted message and
@@ -62,8 +59,6 @@ struct TimelineEntry {
 
     friend bool operator==(const TimelineEntry&, const TimelineEntry&) = default;
 };
-
-size_t qHash(const TimelineEntry& e, size_t seed = 0) noexcept;
 
 // Rows of `conversationID`, oldest first. `unreadAfter` is the seq the user had read up to when
 // the conversation was opened (absent: no unread separator); `now` decides the 24-hour change

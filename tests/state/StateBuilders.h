@@ -5,6 +5,7 @@
 
 #include "state/ChatState.h"
 #include "state/Timeline.h"
+#include "support/Printing.h"
 
 #include <ostream>
 

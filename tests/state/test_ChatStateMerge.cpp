@@ -38,74 +38,31 @@ TEST(ChatStateWelcome, AnotherUserStartsFromNothing) {
     EXPECT_EQ(s, expected);
 }
 
-TEST(ChatStateWelcome, ServerBehindLoadedMessagesDropsThem) {
+TEST(ChatStateWelcome, AServerThatWentBackIsTakenAsSent) {
     ChatState s = signedInState();
     s.mergeHistory("d", range("d", 1, 12), false, true);
     s.mergeChanges("d", {}, 4);
-    ASSERT_EQ(s.historyStart.value("d"), 1);
+    // After a gap: loaded 1-7, a live 12 that the server then lost.
+    s.mergeHistory("g", range("g", 1, 7), false, true);
+    s.markRead("g");
+    ASSERT_EQ(s.insert(message("g", 12, "ann")), InsertResult::gap(7));
 
-    Conversation back = direct("d", "acme", 10);
-    back.revision = 4;
-    s.applyWelcome(welcomeWith({back, group("g", {"me", "ann"})}));
-    EXPECT_FALSE(s.messages.contains("d"));
+    Conversation d = direct("d", "acme", 10);
+    d.revision = 4;
+    Conversation g = group("g", {"me", "ann"}, 10);
+    g.lastMessage = message("g", 10, "ann");
+    g.reads = {{"me", 7}, {"ann", 10}};
+    s.applyWelcome(welcomeWith({d, g}));
+
+    EXPECT_EQ(s.conversations["d"], d);
+    EXPECT_FALSE(s.messages.contains("d")); // held beyond what the server has
     EXPECT_FALSE(s.historyStart.contains("d"));
-    EXPECT_EQ(s.conversations["d"], back); // the server's copy as it is
-    EXPECT_EQ(s.revisions.value("d"), 4);  // nothing held: takes the welcome's revision
-}
+    EXPECT_EQ(s.revisions.value("d"), 4); // nothing held: takes the welcome's revision
 
-TEST(ChatStateWelcome, ServerBehindSyncedRevisionDropsLoadedMessages) {
-    ChatState s = signedInState();
-    s.mergeHistory("d", range("d", 1, 3), false, true);
-    s.mergeChanges("d", {}, 9);
-    Conversation d = direct("d", "acme", 3);
-    d.revision = 8;
-    s.applyWelcome(welcomeWith({d, group("g", {"me", "ann"})}));
-    EXPECT_FALSE(s.messages.contains("d"));
-    EXPECT_EQ(s.revisions.value("d"), 8);
-}
-
-TEST(ChatStateWelcome, UpToDateConversationKeepsWhatIsLoaded) {
-    ChatState s = signedInState();
-    s.mergeHistory("d", range("d", 1, 5), false, true);
-    s.mergeChanges("d", {}, 2);
-    s.markRead("d");
-    s.appendPending(pendingMessage("p1", "d"));
-
-    Conversation d = direct("d", "acme", 7);
-    d.title = "Acme S.r.l.";
-    d.revision = 3;
-    d.reads.insert("me", 2); // the server has not seen my last read yet
-    d.reads.insert("ann", 7);
-    s.applyWelcome(welcomeWith({d, group("g", {"me", "ann"}, 0)}));
-
-    EXPECT_EQ(seqsOf(s.messages["d"]), (QList<qint64>{1, 2, 3, 4, 5}));
-    EXPECT_EQ(s.historyStart.value("d"), 1);
-    EXPECT_EQ(s.revisions.value("d"), 2); // still to be brought up to date by a changes request
-    EXPECT_EQ(s.revisions.value("g"), 0);
-    const Conversation& c = s.conversations["d"];
-    EXPECT_EQ(c.title, "Acme S.r.l.");
-    EXPECT_EQ(c.lastSeq, 7);
-    EXPECT_EQ(c.reads.value("me"), 5);
-    EXPECT_EQ(c.reads.value("ann"), 7);
-    EXPECT_EQ(s.outbox.size(), 1);
-}
-
-TEST(ChatStateWelcome, ConversationsNoLongerListedAreDropped) {
-    ChatState s = signedInState();
-    s.mergeHistory("d", range("d", 1, 3), false, true);
-    s.mergeChanges("d", {}, 3);
-    s.appendPending(pendingMessage("p1", "d"));
-    s.appendPending(pendingMessage("p2", "g"));
-    s.setTyping("d", "ann", base());
-
-    s.applyWelcome(welcomeWith({group("g", {"me", "ann"})}));
-    EXPECT_EQ(s.conversations.keys(), QStringList{"g"});
-    EXPECT_FALSE(s.messages.contains("d"));
-    EXPECT_FALSE(s.historyStart.contains("d"));
-    EXPECT_FALSE(s.revisions.contains("d"));
-    EXPECT_FALSE(s.typing.contains("d"));
-    ASSERT_EQ(s.outbox.size(), 1);
-    EXPECT_EQ(s.outbox[0].clientID, "p2");
+    EXPECT_EQ(s.conversations["g"], g); // no preview of 12, and 3 unread rather than 5
+    EXPECT_EQ(s.unreadCount("g"), 3);
+    EXPECT_EQ(seqsOf(s.messages["g"]), (QList<qint64>{1, 2, 3, 4, 5, 6, 7}));
+    EXPECT_EQ(s.historyStart.value("g"), 1);
 }
 
 TEST(ChatStateWelcome, TakesPeopleAndPresenceFromTheSnapshot) {
@@ -119,23 +76,6 @@ TEST(ChatStateWelcome, TakesPeopleAndPresenceFromTheSnapshot) {
     EXPECT_EQ(s.users.size(), 4);
     EXPECT_EQ(s.clients.size(), 2);
     EXPECT_EQ(s.online, (QSet<QString>{"ann", "sara"}));
-}
-
-TEST(ChatStateHistory, OlderPageIsMergedInOrder) {
-    ChatState s = signedInState();
-    s.upsertConversation(direct("d", "acme", 300));
-    s.mergeHistory("d", range("d", 201, 300), true, true);
-    EXPECT_FALSE(s.historyStart.contains("d"));
-    s.mergeHistory("d", range("d", 101, 200), true, true);
-    EXPECT_EQ(s.messages["d"].size(), 200);
-    EXPECT_TRUE(s.hasOlder("d"));
-    s.mergeHistory("d", range("d", 1, 100), false, true);
-    const QList<ChatMessage>& list = s.messages["d"];
-    ASSERT_EQ(list.size(), 300);
-    for (qsizetype i = 0; i < list.size(); ++i)
-        ASSERT_EQ(list[i].seq, i + 1);
-    EXPECT_EQ(s.historyStart.value("d"), 1);
-    EXPECT_FALSE(s.hasOlder("d"));
 }
 
 TEST(ChatStateHistory, OverlappingPagesKeepOneCopyPerSeqByRevision) {
@@ -166,42 +106,22 @@ TEST(ChatStateHistory, OverlappingPagesKeepOneCopyPerSeqByRevision) {
     EXPECT_EQ(list[5].text, "rev 2");
 }
 
-TEST(ChatStateHistory, PageMovesSummaryAndRetiresOwnPendingCopies) {
+TEST(ChatStateHistory, PageMovesSummary) {
     ChatState s = signedInState();
-    s.appendPending(pendingMessage("p1", "d"));
     QList<ChatMessage> page = range("d", 1, 4);
-    page[3].authorID = "me";
-    page[3].clientID = "p1";
     page.append(message("g", 5, "ann")); // belongs elsewhere: ignored
     s.mergeHistory("d", page, false, false);
-    EXPECT_TRUE(s.outbox.isEmpty());
     EXPECT_EQ(seqsOf(s.messages["d"]), (QList<qint64>{1, 2, 3, 4}));
     EXPECT_FALSE(s.messages.contains("g"));
     EXPECT_EQ(s.conversations["d"].lastSeq, 4);
-    EXPECT_EQ(s.conversations["d"].lastMessage->clientID, "p1");
-    EXPECT_FALSE(s.historyStart.contains("d")); // a newer page never says where history begins
+    EXPECT_EQ(s.conversations["d"].lastMessage->seq, 4);
 
     // A newer copy of the last message already in the summary is not replaced by an older one.
-    ChatMessage edited = message("d", 4, "me", 3);
-    s.applyUpdate(edited);
-    s.mergeHistory("d", {message("d", 4, "me", 1)}, false, false);
-    EXPECT_EQ(s.conversations["d"].lastMessage->revision, 3);
-}
-
-TEST(ChatStateHistory, EmptyPageThatReachedBack) {
-    ChatState s = signedInState();
-    s.mergeHistory("d", {}, false, true);
-    EXPECT_EQ(s.historyStart.value("d"), 1);
-    EXPECT_FALSE(s.messages.contains("d"));
-
-    s.mergeHistory("g", range("g", 4, 6), true, false);
-    s.mergeHistory("g", {}, false, true);
-    EXPECT_EQ(s.historyStart.value("g"), 4);
-    EXPECT_FALSE(s.hasOlder("g"));
-
-    const ChatState before = s;
-    s.mergeHistory("x", range("x", 1, 3), false, true);
-    EXPECT_EQ(s, before);
+    Conversation g = group("g", {"me", "ann"}, 4);
+    g.lastMessage = message("g", 4, "ann", 3);
+    s.upsertConversation(g);
+    s.mergeHistory("g", range("g", 1, 4), false, false);
+    EXPECT_EQ(s.conversations["g"].lastMessage->revision, 3);
 }
 
 TEST(ChatStateChanges, UpdatesLoadedAndAppendsWhatFollows) {
@@ -240,18 +160,6 @@ TEST(ChatStateChanges, NewMessagesAfterAHoleAreReportedNotStored) {
     const ChatState before = s;
     EXPECT_EQ(s.mergeChanges("x", {message("x", 1, "ann")}, 4), std::nullopt);
     EXPECT_EQ(s, before);
-}
-
-TEST(ChatStateChanges, StaleCopiesDoNotWin) {
-    ChatState s = signedInState();
-    QList<ChatMessage> page = range("d", 1, 3);
-    page[1].revision = 6;
-    page[1].text = "nuovo";
-    s.mergeHistory("d", page, false, true);
-    ChatMessage stale = message("d", 2, "ann", 5);
-    stale.text = "vecchio";
-    s.mergeChanges("d", {stale}, 6);
-    EXPECT_EQ(s.messages["d"][1].text, "nuovo");
 }
 
 } // namespace

@@ -86,6 +86,22 @@ TEST(Timeline, GroupingThresholdIsThreeHundredSeconds) {
     EXPECT_EQ(rows[1].delivery, Delivery::sent());
 }
 
+TEST(Timeline, ARowDatedBeforeItsPredecessorStartsANewBubble) {
+    // Seq order and date order can disagree: a skewed clock, or an outbox entry written before
+    // the last accepted message arrived.
+    const QDateTime t = utc(2025, 3, 14, 10, 0);
+    ChatState s = withMessages(
+        {{"ann", t}, {"ann", t.addSecs(-10)}, {"ann", t.addSecs(-10)}, {"me", t.addSecs(120)}});
+    s.appendPending(pendingMessage("p1", "d"));
+    s.outbox[0].createdAt = t.addSecs(60);
+    const QList<TimelineMessage> rows = rowsOf(s.timeline("d", std::nullopt, t, rome));
+    ASSERT_EQ(rows.size(), 5);
+    EXPECT_FALSE(rows[0].continues);
+    EXPECT_FALSE(rows[1].showsAuthor); // 10 s apart: same group for the author line
+    EXPECT_TRUE(rows[1].continues);    // same moment counts as following on
+    EXPECT_FALSE(rows[3].continues);
+}
+
 TEST(Timeline, MidnightDependsOnTheTimeZone) {
     // 23:59:30 and 00:00:30 in Rome; late afternoon in New York; morning of one day in Tokyo.
     const QDateTime a = utc(2025, 1, 15, 22, 59, 30);
