@@ -70,11 +70,6 @@ size_t qHash(const ReceiptEntry& v, size_t seed) noexcept {
     return hashFields(seed, v.userID, v.deliveredAt, v.readAt);
 }
 
-size_t qHash(const PendingMessage& v, size_t seed) noexcept {
-    return hashFields(seed, v.clientID, v.conversationID, v.text, v.createdAt, v.failure,
-                      v.replyToSeq);
-}
-
 size_t qHash(const Invite& v, size_t seed) noexcept {
     return hashFields(seed, v.code, v.clientID, v.name, v.email, v.expiresAt);
 }

@@ -139,7 +139,6 @@ size_t qHash(const ClientCompany& v, size_t seed = 0) noexcept;
 size_t qHash(const QuotedMessage& v, size_t seed = 0) noexcept;
 size_t qHash(const Reaction& v, size_t seed = 0) noexcept;
 size_t qHash(const ReceiptEntry& v, size_t seed = 0) noexcept;
-size_t qHash(const PendingMessage& v, size_t seed = 0) noexcept;
 size_t qHash(const Invite& v, size_t seed = 0) noexcept;
 // Not needed as keys, but frames that carry them hash by value.
 size_t qHash(const ChatMessage& v, size_t seed = 0) noexcept;

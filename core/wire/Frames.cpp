@@ -292,18 +292,6 @@ QString typeName(ServerFrame::Type type) {
     return QString::fromLatin1(name.data(), qsizetype(name.size()));
 }
 
-size_t qHash(const ClientFrame& frame, size_t seed) noexcept {
-    const size_t payload = std::visit(
-        [](const auto& p) -> size_t {
-            if constexpr (std::is_same_v<std::decay_t<decltype(p)>, std::monostate>)
-                return 0;
-            else
-                return qHash(p);
-        },
-        frame.payload);
-    return hashing::hashFields(seed, frame.type, payload);
-}
-
 size_t qHash(const ServerFrame& frame, size_t seed) noexcept {
     const size_t payload =
         std::visit([](const auto& p) -> size_t { return qHash(p); }, frame.payload);
