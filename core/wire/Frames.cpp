@@ -105,7 +105,7 @@ template <class Frame> std::string encodeFrame(const Frame& frame) {
     std::visit(
         [&o](const auto& payload) {
             if constexpr (!std::is_same_v<std::decay_t<decltype(payload)>, std::monostate>)
-                wire::writeFields(o, payload);
+                json::writeFields(o, payload);
         },
         frame.payload);
     return json::serialize(root);
@@ -115,7 +115,7 @@ template <class Frame> std::string encodeFrame(const Frame& frame) {
 
 template <class T, class Payload> Payload readPayload(const json::Fields& f) {
     T record;
-    wire::readFields(f, record);
+    json::readFields(f, record);
     return Payload(std::move(record));
 }
 
