@@ -24,22 +24,6 @@ QString toString(ConversationKind kind) {
     return {};
 }
 
-std::optional<Role> roleFromString(QStringView text) {
-    if (text == u"staff")
-        return Role::staff;
-    if (text == u"client")
-        return Role::client;
-    return std::nullopt;
-}
-
-std::optional<ConversationKind> conversationKindFromString(QStringView text) {
-    if (text == u"direct")
-        return ConversationKind::direct;
-    if (text == u"group")
-        return ConversationKind::group;
-    return std::nullopt;
-}
-
 using hashing::hashFields;
 
 size_t qHash(Role v, size_t seed) noexcept {

@@ -20,9 +20,6 @@ enum class ConversationKind { direct, group };
 
 QString toString(Role role);
 QString toString(ConversationKind kind);
-// Exact, case-sensitive match of the raw value; anything else gives no value.
-std::optional<Role> roleFromString(QStringView text);
-std::optional<ConversationKind> conversationKindFromString(QStringView text);
 
 struct User {
     QString id;
@@ -115,8 +112,6 @@ struct PendingMessage {
     QDateTime createdAt;
     std::optional<QString> failure;
     std::optional<qint64> replyToSeq;
-
-    bool isFailed() const { return failure.has_value(); }
 
     friend bool operator==(const PendingMessage&, const PendingMessage&) = default;
 };
