@@ -1,11 +1,7 @@
 #include "model/ServerAddress.h"
+#include "support/Printing.h"
 
 #include <gtest/gtest.h>
-#include <ostream>
-
-static void PrintTo(const QString& text, std::ostream* out) {
-    *out << '"' << text.toStdString() << '"';
-}
 
 using namespace brevio;
 

@@ -79,7 +79,7 @@ TEST(FramesTest, LayoutIsFlatWithOptionalKeysLeftOut) {
 
     // The payload is beside "type", and records nest under their own key.
     const js::value login =
-        js::parse(wire::encode(ClientFrame::login({"a@b.c", "pw", samples::clientInfo()})));
+        js::parse(wire::encode(ClientFrame::login({"a@b.c", "pw", test::testClient(512)})));
     EXPECT_EQ(login.at("email"), js::value("a@b.c"));
     EXPECT_EQ(login.at("client").at("protocolVersion"), js::value(3));
     EXPECT_EQ(login.at("client").at("build"), js::value(512));
