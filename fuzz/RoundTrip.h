@@ -1,7 +1,7 @@
 #pragma once
 
 // The property both fuzz targets check: a frame that decodes re-encodes to text that decodes to
-// the same frame, with the same hash, and encoding is stable from then on. A refused input must
+// the same frame, and encoding is stable from then on. A refused input must
 // come with a reason.
 
 #include "wire/Frames.h"
@@ -31,8 +31,6 @@ void checkRoundTrip(const unsigned char* data, std::size_t size, Decode decode) 
         fail(qPrintable("re-encoded frame refused: " + second.error), encoded);
     if (!(*second.value == *first.value))
         fail("decoded value differs", encoded);
-    if (qHash(*second.value, 0) != qHash(*first.value, 0))
-        fail("equal frames hash differently", encoded);
     if (wire::encode(*second.value) != encoded)
         fail("encoding not stable", encoded);
 }

@@ -36,9 +36,4 @@ TimerHandle RealClock::schedule(Duration delay, std::function<void()> callback) 
     return std::make_unique<QtTimer>(delay, std::move(callback));
 }
 
-RealClock& RealClock::instance() {
-    static RealClock clock;
-    return clock;
-}
-
 } // namespace brevio

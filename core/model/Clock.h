@@ -39,9 +39,6 @@ class RealClock final : public Clock {
 public:
     QDateTime now() const override;
     [[nodiscard]] TimerHandle schedule(Duration delay, std::function<void()> callback) override;
-
-    // One shared instance for code that has no clock injected.
-    static RealClock& instance();
 };
 
 } // namespace brevio

@@ -8,9 +8,11 @@
 // exception never leaves the codec: the public decode functions of the wire and the store turn it
 // into a value.
 //
-// Other layers build the JSON of their own types from the same pieces: Fields to read an object,
-// the put/encodeValue helpers to write one.
+// Each record's keys are listed once (model/FieldList.h); other layers list the fields of their
+// own objects the same way, or build them from the pieces below.
 
+#include "model/JsonParser.h"
+#include "model/JsonTextWriter.h"
 #include "model/Records.h"
 
 #include <boost/json/array.hpp>
@@ -44,97 +46,32 @@ template <class T> struct Decoded {
 
 namespace json {
 
-using boost::json::storage_ptr;
-
 // ---- Records -------------------------------------------------------------------------------
 
 // The records: User, ClientCompany, QuotedMessage, Reaction, ChatMessage, Conversation,
-// ReceiptEntry, PendingMessage, Invite (defined for these only).
+// ReceiptEntry, PendingMessage, Invite; defined for these in RecordFields.cpp, and for any
+// other type with a FieldList where model/FieldList.h is included.
 
 // `sp` is where the returned value allocates; the default is the heap.
 template <class Record> boost::json::value encode(const Record& v, storage_ptr sp = {});
-
-// The same forms written as text straight into a buffer, with no value built on the way: for
-// documents too large for a value tree (the saved state). The text is byte for byte what
-// serialize(encode(v)) gives.
-class TextWriter {
-public:
-    explicit TextWriter(std::string& out) : out_(out) {}
-
-    void raw(std::string_view text) { out_.append(text); }
-    // UTF-16 to escaped UTF-8; a lone surrogate becomes U+FFFD, as in toJsonString.
-    void string(QStringView text);
-    void number(qint64 n);
-    void boolean(bool b) { raw(b ? std::string_view("true") : std::string_view("false")); }
-    void date(const QDateTime& date);
-
-    std::string& buffer() { return out_; }
-
-private:
-    std::string& out_;
-};
-
+// Throws DecodeError.
+template <class Record> Record decode(const boost::json::value& v);
+// The text of encode(v), written straight into `out`.
 template <class Record> void write(TextWriter& out, const Record& v);
 
-// decode<T>(value) throws DecodeError. Specialised for every record above.
-template <class T> T decode(const boost::json::value& v);
-template <> User decode<User>(const boost::json::value& v);
-template <> ClientCompany decode<ClientCompany>(const boost::json::value& v);
-template <> QuotedMessage decode<QuotedMessage>(const boost::json::value& v);
-template <> Reaction decode<Reaction>(const boost::json::value& v);
-template <> ChatMessage decode<ChatMessage>(const boost::json::value& v);
-template <> Conversation decode<Conversation>(const boost::json::value& v);
-template <> ReceiptEntry decode<ReceiptEntry>(const boost::json::value& v);
-template <> PendingMessage decode<PendingMessage>(const boost::json::value& v);
-template <> Invite decode<Invite>(const boost::json::value& v);
-
-// ---- Text ----------------------------------------------------------------------------------
-
-// Serialises a JSON value to compact UTF-8 text.
-std::string serialize(const boost::json::value& v);
-// Parses UTF-8 text; malformed JSON, invalid UTF-8, trailing data or nesting deeper than
-// maxParseDepth throws DecodeError. `sp` is where the result allocates.
-boost::json::value parse(std::string_view text, storage_ptr sp = {});
-// Deep enough for every record (a welcome nests five levels), shallow enough that a hostile
-// frame of brackets is refused early.
-inline constexpr std::size_t maxParseDepth = 32;
-
-// Memory for one JSON document at a time, built or parsed, reused from one document to the
-// next: building or parsing a large document otherwise spends much of its time allocating and
-// freeing (and on this machine, faulting in fresh pages).
-class Arena {
-public:
-    Arena();
-    ~Arena();
-    Arena(const Arena&) = delete;
-    Arena& operator=(const Arena&) = delete;
-
-    // Starts over and returns the storage to allocate from. Every value that used the arena
-    // before must be gone. `expectedBytes` sizes the first buffer; later the arena grows to what
-    // the largest document needed.
-    storage_ptr recycle(std::size_t expectedBytes = 0);
-
-private:
-    struct Impl;
-    Impl* d;
-};
-
-// Parses one document at a time into a reusable arena: the value returned by parse() lives until
-// the next parse() or until the Parser is destroyed. Decoding a large frame spends much of its
-// time in allocation; reusing one arena avoids nearly all of it.
-class Parser {
-public:
-    Parser();
-    ~Parser();
-    Parser(const Parser&) = delete;
-    Parser& operator=(const Parser&) = delete;
-
-    const boost::json::value& parse(std::string_view text);
-
-private:
-    struct Impl;
-    Impl* d;
-};
+#define BREVIO_RECORD_CODERS(Record)                                                               \
+    extern template boost::json::value encode(const Record&, storage_ptr);                         \
+    extern template Record decode<Record>(const boost::json::value&);
+BREVIO_RECORD_CODERS(User)
+BREVIO_RECORD_CODERS(ClientCompany)
+BREVIO_RECORD_CODERS(QuotedMessage)
+BREVIO_RECORD_CODERS(Reaction)
+BREVIO_RECORD_CODERS(ChatMessage)
+BREVIO_RECORD_CODERS(Conversation)
+BREVIO_RECORD_CODERS(ReceiptEntry)
+BREVIO_RECORD_CODERS(PendingMessage)
+BREVIO_RECORD_CODERS(Invite)
+#undef BREVIO_RECORD_CODERS
 
 // ---- Pieces for building JSON forms ----------------------------------------------------------
 
@@ -198,7 +135,7 @@ template <class T> QList<T> decodeList(const boost::json::value& v, std::string_
 // The object a value must be; `what` names it in the error text.
 const boost::json::object& asObject(const boost::json::value& v, std::string_view what);
 
-// Reads the fields of one object. A null value reads as a missing key.
+// The keys of one object, for reading. A null value reads as a missing key.
 class Fields {
 public:
     // `what` names the object in error texts, e.g. "ChatMessage".
@@ -214,64 +151,13 @@ public:
     // The value under `key`; missing or null throws "Chiave mancante".
     const boost::json::value& require(std::string_view key) const;
 
-    QString string(std::string_view key) const { return decodeString(require(key), key); }
     QString string(std::string_view key, const QString& fallback) const {
         const auto* v = find(key);
         return v ? decodeString(*v, key) : fallback;
     }
-    std::optional<QString> optString(std::string_view key) const {
-        const auto* v = find(key);
-        return v ? std::optional(decodeString(*v, key)) : std::nullopt;
-    }
-
-    qint64 integer(std::string_view key) const { return decodeInt(require(key), key); }
-    qint64 integer(std::string_view key, qint64 fallback) const {
-        const auto* v = find(key);
-        return v ? decodeInt(*v, key) : fallback;
-    }
-    std::optional<qint64> optInteger(std::string_view key) const {
-        const auto* v = find(key);
-        return v ? std::optional(decodeInt(*v, key)) : std::nullopt;
-    }
-
-    bool boolean(std::string_view key) const { return decodeBool(require(key), key); }
-    bool boolean(std::string_view key, bool fallback) const {
-        const auto* v = find(key);
-        return v ? decodeBool(*v, key) : fallback;
-    }
-
-    QDateTime date(std::string_view key) const { return decodeDate(require(key), key); }
-    std::optional<QDateTime> optDate(std::string_view key) const {
-        const auto* v = find(key);
-        return v ? std::optional(decodeDate(*v, key)) : std::nullopt;
-    }
-
-    QStringList stringList(std::string_view key) const {
-        return decodeStringList(require(key), key);
-    }
-    // Missing or null reads as an empty list.
-    QStringList stringListOrEmpty(std::string_view key) const {
-        const auto* v = find(key);
-        return v ? decodeStringList(*v, key) : QStringList();
-    }
-    std::optional<QStringList> optStringList(std::string_view key) const {
-        const auto* v = find(key);
-        return v ? std::optional(decodeStringList(*v, key)) : std::nullopt;
-    }
-
-    // Missing or null reads as an empty map.
-    SeqMarks seqMarks(std::string_view key) const {
-        const auto* v = find(key);
-        return v ? decodeSeqMarks(*v, key) : SeqMarks();
-    }
-
-    template <class T> T record(std::string_view key) const { return decode<T>(require(key)); }
     template <class T> std::optional<T> optRecord(std::string_view key) const {
         const auto* v = find(key);
         return v ? std::optional<T>(decode<T>(*v)) : std::nullopt;
-    }
-    template <class T> QList<T> list(std::string_view key) const {
-        return decodeList<T>(require(key), key);
     }
     // Missing or null reads as an empty list.
     template <class T> QList<T> listOrEmpty(std::string_view key) const {

@@ -24,22 +24,6 @@ QString toString(ConversationKind kind) {
     return {};
 }
 
-std::optional<Role> roleFromString(QStringView text) {
-    if (text == u"staff")
-        return Role::staff;
-    if (text == u"client")
-        return Role::client;
-    return std::nullopt;
-}
-
-std::optional<ConversationKind> conversationKindFromString(QStringView text) {
-    if (text == u"direct")
-        return ConversationKind::direct;
-    if (text == u"group")
-        return ConversationKind::group;
-    return std::nullopt;
-}
-
 using hashing::hashFields;
 
 size_t qHash(Role v, size_t seed) noexcept {
@@ -68,11 +52,6 @@ size_t qHash(const Reaction& v, size_t seed) noexcept {
 
 size_t qHash(const ReceiptEntry& v, size_t seed) noexcept {
     return hashFields(seed, v.userID, v.deliveredAt, v.readAt);
-}
-
-size_t qHash(const PendingMessage& v, size_t seed) noexcept {
-    return hashFields(seed, v.clientID, v.conversationID, v.text, v.createdAt, v.failure,
-                      v.replyToSeq);
 }
 
 size_t qHash(const Invite& v, size_t seed) noexcept {

@@ -20,9 +20,6 @@ enum class ConversationKind { direct, group };
 
 QString toString(Role role);
 QString toString(ConversationKind kind);
-// Exact, case-sensitive match of the raw value; anything else gives no value.
-std::optional<Role> roleFromString(QStringView text);
-std::optional<ConversationKind> conversationKindFromString(QStringView text);
 
 struct User {
     QString id;
@@ -116,8 +113,6 @@ struct PendingMessage {
     std::optional<QString> failure;
     std::optional<qint64> replyToSeq;
 
-    bool isFailed() const { return failure.has_value(); }
-
     friend bool operator==(const PendingMessage&, const PendingMessage&) = default;
 };
 
@@ -139,7 +134,6 @@ size_t qHash(const ClientCompany& v, size_t seed = 0) noexcept;
 size_t qHash(const QuotedMessage& v, size_t seed = 0) noexcept;
 size_t qHash(const Reaction& v, size_t seed = 0) noexcept;
 size_t qHash(const ReceiptEntry& v, size_t seed = 0) noexcept;
-size_t qHash(const PendingMessage& v, size_t seed = 0) noexcept;
 size_t qHash(const Invite& v, size_t seed = 0) noexcept;
 // Not needed as keys, but frames that carry them hash by value.
 size_t qHash(const ChatMessage& v, size_t seed = 0) noexcept;

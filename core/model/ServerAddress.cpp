@@ -41,17 +41,18 @@ std::optional<QUrl> normalise(const QString& typed) {
 }
 
 QString display(const QUrl& url) {
-    if (!url.isValid())
-        return url.toString();
-    if (url.scheme() != u"wss" || url.path(QUrl::FullyEncoded) != u"/ws")
-        return url.toString();
+    // Always the encoded form: a decoded one ("a b", a bare "%") is refused by normalise() when the
+    // user types what was shown back into the login form.
+    const QString full = url.toString(QUrl::FullyEncoded);
+    if (!url.isValid() || url.scheme() != u"wss" || url.path(QUrl::FullyEncoded) != u"/ws")
+        return full;
 
     // Without scheme and path what is left reads "//host:port" (plus user, query or fragment if
     // any); dropping every "//" leaves the short form.
     QUrl rest = url;
     rest.setScheme(QString());
     rest.setPath(QString());
-    return rest.toString().remove(QStringLiteral("//"));
+    return rest.toString(QUrl::FullyEncoded).remove(QStringLiteral("//"));
 }
 
 } // namespace brevio::ServerAddress

@@ -105,7 +105,7 @@ template <class Frame> std::string encodeFrame(const Frame& frame) {
     std::visit(
         [&o](const auto& payload) {
             if constexpr (!std::is_same_v<std::decay_t<decltype(payload)>, std::monostate>)
-                wire::writeFields(o, payload);
+                json::writeFields(o, payload);
         },
         frame.payload);
     return json::serialize(root);
@@ -115,7 +115,7 @@ template <class Frame> std::string encodeFrame(const Frame& frame) {
 
 template <class T, class Payload> Payload readPayload(const json::Fields& f) {
     T record;
-    wire::readFields(f, record);
+    json::readFields(f, record);
     return Payload(std::move(record));
 }
 
@@ -290,18 +290,6 @@ QString typeName(ClientFrame::Type type) {
 QString typeName(ServerFrame::Type type) {
     const std::string_view name = nameOf(type);
     return QString::fromLatin1(name.data(), qsizetype(name.size()));
-}
-
-size_t qHash(const ClientFrame& frame, size_t seed) noexcept {
-    const size_t payload = std::visit(
-        [](const auto& p) -> size_t {
-            if constexpr (std::is_same_v<std::decay_t<decltype(p)>, std::monostate>)
-                return 0;
-            else
-                return qHash(p);
-        },
-        frame.payload);
-    return hashing::hashFields(seed, frame.type, payload);
 }
 
 size_t qHash(const ServerFrame& frame, size_t seed) noexcept {

@@ -150,8 +150,7 @@ struct ServerFrame {
 QString typeName(ClientFrame::Type type);
 QString typeName(ServerFrame::Type type);
 
-// Hashing by value.
-size_t qHash(const ClientFrame& frame, size_t seed = 0) noexcept;
+// Hashing by value, for the server's cache of encoded broadcast frames.
 size_t qHash(const ServerFrame& frame, size_t seed = 0) noexcept;
 
 namespace wire {

@@ -1,53 +1,176 @@
 #pragma once
 
-// The JSON fields of the request records. A request's fields stand in the frame's own object,
-// beside "type", so these write into and read from an object the frame coder owns.
+// The keys of the request frames. A request's fields stand in the frame's own object, beside
+// "type", which the frame coder writes and reads.
 
-#include "model/Json.h"
+#include "model/FieldList.h"
 #include "wire/Requests.h"
 
-namespace brevio::wire {
+namespace brevio::json {
 
-boost::json::value encodeClientInfo(const ClientInfo& info, const boost::json::storage_ptr& sp);
-ClientInfo decodeClientInfo(const boost::json::value& v);
+template <> struct FieldList<ClientInfo> {
+    static constexpr std::string_view name = "client";
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("protocolVersion", r.protocolVersion);
+        visit("version", r.version);
+        visit("build", r.build);
+        visit("device", r.device);
+    }
+};
 
-void writeFields(boost::json::object& o, const LoginRequest& r);
-void writeFields(boost::json::object& o, const ResumeRequest& r);
-void writeFields(boost::json::object& o, const RedeemRequest& r);
-void writeFields(boost::json::object& o, const SignUpRequest& r);
-void writeFields(boost::json::object& o, const SendRequest& r);
-void writeFields(boost::json::object& o, const EditRequest& r);
-void writeFields(boost::json::object& o, const DeleteRequest& r);
-void writeFields(boost::json::object& o, const ReactRequest& r);
-void writeFields(boost::json::object& o, const ChangesRequest& r);
-void writeFields(boost::json::object& o, const HistoryRequest& r);
-void writeFields(boost::json::object& o, const ReadRequest& r);
-void writeFields(boost::json::object& o, const TypingRequest& r);
-void writeFields(boost::json::object& o, const InviteRequest& r);
-void writeFields(boost::json::object& o, const UpdateClientRequest& r);
-void writeFields(boost::json::object& o, const ReceiptsRequest& r);
-void writeFields(boost::json::object& o, const SetAvatarRequest& r);
-void writeFields(boost::json::object& o, const CreateGroupRequest& r);
-void writeFields(boost::json::object& o, const UpdateGroupRequest& r);
+template <> struct FieldList<LoginRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("email", r.email);
+        visit("password", r.password);
+        visit("client", r.client);
+    }
+};
 
-// Each throws DecodeError for a missing required key or a value of the wrong type.
-void readFields(const json::Fields& f, LoginRequest& r);
-void readFields(const json::Fields& f, ResumeRequest& r);
-void readFields(const json::Fields& f, RedeemRequest& r);
-void readFields(const json::Fields& f, SignUpRequest& r);
-void readFields(const json::Fields& f, SendRequest& r);
-void readFields(const json::Fields& f, EditRequest& r);
-void readFields(const json::Fields& f, DeleteRequest& r);
-void readFields(const json::Fields& f, ReactRequest& r);
-void readFields(const json::Fields& f, ChangesRequest& r);
-void readFields(const json::Fields& f, HistoryRequest& r);
-void readFields(const json::Fields& f, ReadRequest& r);
-void readFields(const json::Fields& f, TypingRequest& r);
-void readFields(const json::Fields& f, InviteRequest& r);
-void readFields(const json::Fields& f, UpdateClientRequest& r);
-void readFields(const json::Fields& f, ReceiptsRequest& r);
-void readFields(const json::Fields& f, SetAvatarRequest& r);
-void readFields(const json::Fields& f, CreateGroupRequest& r);
-void readFields(const json::Fields& f, UpdateGroupRequest& r);
+template <> struct FieldList<ResumeRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("token", r.token);
+        visit("client", r.client);
+    }
+};
 
-} // namespace brevio::wire
+template <> struct FieldList<RedeemRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("code", r.code);
+        visit("name", r.name);
+        visit("password", r.password);
+        visit("client", r.client);
+    }
+};
+
+template <> struct FieldList<SignUpRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("name", r.name);
+        visit("email", r.email);
+        visit("companyName", r.companyName);
+        visit("password", r.password);
+        visit("text", r.text);
+        visit("website", r.website);
+        visit("client", r.client);
+    }
+};
+
+template <> struct FieldList<SendRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("id", r.id);
+        visit("conversationID", r.conversationID);
+        visit("text", r.text);
+        visit("replyToSeq", r.replyToSeq);
+    }
+};
+
+template <> struct FieldList<EditRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("id", r.id);
+        visit("conversationID", r.conversationID);
+        visit("seq", r.seq);
+        visit("text", r.text);
+    }
+};
+
+template <> struct FieldList<DeleteRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("id", r.id);
+        visit("conversationID", r.conversationID);
+        visit("seq", r.seq);
+    }
+};
+
+template <> struct FieldList<ReactRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("id", r.id);
+        visit("conversationID", r.conversationID);
+        visit("seq", r.seq);
+        visit("emoji", r.emoji);
+    }
+};
+
+template <> struct FieldList<ChangesRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("id", r.id);
+        visit("conversationID", r.conversationID);
+        visit("since", r.since);
+    }
+};
+
+template <> struct FieldList<HistoryRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("id", r.id);
+        visit("conversationID", r.conversationID);
+        visit("after", r.after);
+        visit("before", r.before);
+        visit("limit", r.limit);
+    }
+};
+
+template <> struct FieldList<ReadRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("conversationID", r.conversationID);
+        visit("seq", r.seq);
+    }
+};
+
+template <> struct FieldList<TypingRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("conversationID", r.conversationID);
+        visit("isTyping", r.isTyping);
+    }
+};
+
+template <> struct FieldList<InviteRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("id", r.id);
+        visit("clientID", r.clientID);
+        visit("companyName", r.companyName);
+        visit("name", r.name);
+        visit("email", r.email);
+    }
+};
+
+template <> struct FieldList<UpdateClientRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("id", r.id);
+        visit("clientID", r.clientID);
+        visit("name", r.name);
+        visit("notes", r.notes);
+    }
+};
+
+template <> struct FieldList<ReceiptsRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("id", r.id);
+        visit("conversationID", r.conversationID);
+        visit("seq", r.seq);
+    }
+};
+
+template <> struct FieldList<SetAvatarRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("id", r.id);
+        visit("image", r.image);
+    }
+};
+
+template <> struct FieldList<CreateGroupRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("id", r.id);
+        visit("name", r.name);
+        visit("memberIDs", r.memberIDs);
+    }
+};
+
+template <> struct FieldList<UpdateGroupRequest> {
+    template <class Visit, class R> static void fields(Visit& visit, R& r) {
+        visit("id", r.id);
+        visit("conversationID", r.conversationID);
+        visit("name", r.name);
+        visit("add", r.add);
+        visit("remove", r.remove);
+    }
+};
+
+} // namespace brevio::json

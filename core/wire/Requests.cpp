@@ -1,7 +1,5 @@
 #include "wire/Requests.h"
 
-#include "model/Hashing.h"
-
 #include <BuildInfo.h>
 #include <QSysInfo>
 #include <limits>
@@ -46,67 +44,6 @@ qint64 ClientInfo::parseBuild(QStringView text) {
         magnitude = magnitude * 10 + digit;
     }
     return negative ? qint64(0 - magnitude) : qint64(magnitude);
-}
-
-using hashing::hashFields;
-
-size_t qHash(const ClientInfo& v, size_t seed) noexcept {
-    return hashFields(seed, v.protocolVersion, v.version, v.build, v.device);
-}
-size_t qHash(const LoginRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.email, v.password, v.client);
-}
-size_t qHash(const ResumeRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.token, v.client);
-}
-size_t qHash(const RedeemRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.code, v.name, v.password, v.client);
-}
-size_t qHash(const SignUpRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.name, v.email, v.companyName, v.password, v.text, v.website,
-                      v.client);
-}
-size_t qHash(const SendRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.id, v.conversationID, v.text, v.replyToSeq);
-}
-size_t qHash(const EditRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.id, v.conversationID, v.seq, v.text);
-}
-size_t qHash(const DeleteRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.id, v.conversationID, v.seq);
-}
-size_t qHash(const ReactRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.id, v.conversationID, v.seq, v.emoji);
-}
-size_t qHash(const ChangesRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.id, v.conversationID, v.since);
-}
-size_t qHash(const HistoryRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.id, v.conversationID, v.after, v.before, v.limit);
-}
-size_t qHash(const ReadRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.conversationID, v.seq);
-}
-size_t qHash(const TypingRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.conversationID, v.isTyping);
-}
-size_t qHash(const InviteRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.id, v.clientID, v.companyName, v.name, v.email);
-}
-size_t qHash(const UpdateClientRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.id, v.clientID, v.name, v.notes);
-}
-size_t qHash(const ReceiptsRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.id, v.conversationID, v.seq);
-}
-size_t qHash(const SetAvatarRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.id, v.image);
-}
-size_t qHash(const CreateGroupRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.id, v.name, v.memberIDs);
-}
-size_t qHash(const UpdateGroupRequest& v, size_t seed) noexcept {
-    return hashFields(seed, v.id, v.conversationID, v.name, v.add, v.remove);
 }
 
 } // namespace brevio

@@ -158,25 +158,4 @@ struct UpdateGroupRequest {
     friend bool operator==(const UpdateGroupRequest&, const UpdateGroupRequest&) = default;
 };
 
-// Hashing by value, over all fields.
-size_t qHash(const ClientInfo& v, size_t seed = 0) noexcept;
-size_t qHash(const LoginRequest& v, size_t seed = 0) noexcept;
-size_t qHash(const ResumeRequest& v, size_t seed = 0) noexcept;
-size_t qHash(const RedeemRequest& v, size_t seed = 0) noexcept;
-size_t qHash(const SignUpRequest& v, size_t seed = 0) noexcept;
-size_t qHash(const SendRequest& v, size_t seed = 0) noexcept;
-size_t qHash(const EditRequest& v, size_t seed = 0) noexcept;
-size_t qHash(const DeleteRequest& v, size_t seed = 0) noexcept;
-size_t qHash(const ReactRequest& v, size_t seed = 0) noexcept;
-size_t qHash(const ChangesRequest& v, size_t seed = 0) noexcept;
-size_t qHash(const HistoryRequest& v, size_t seed = 0) noexcept;
-size_t qHash(const ReadRequest& v, size_t seed = 0) noexcept;
-size_t qHash(const TypingRequest& v, size_t seed = 0) noexcept;
-size_t qHash(const InviteRequest& v, size_t seed = 0) noexcept;
-size_t qHash(const UpdateClientRequest& v, size_t seed = 0) noexcept;
-size_t qHash(const ReceiptsRequest& v, size_t seed = 0) noexcept;
-size_t qHash(const SetAvatarRequest& v, size_t seed = 0) noexcept;
-size_t qHash(const CreateGroupRequest& v, size_t seed = 0) noexcept;
-size_t qHash(const UpdateGroupRequest& v, size_t seed = 0) noexcept;
-
 } // namespace brevio

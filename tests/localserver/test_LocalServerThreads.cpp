@@ -58,7 +58,8 @@ private:
 
 TEST(LocalServerThreads, PeersOnOtherThreadsAreServedInTheirOwnOrder) {
     QThread serverThread;
-    auto* server = new LocalServer(ServerHarness::quiet(), RealClock::instance());
+    RealClock clock;
+    auto* server = new LocalServer(ServerHarness::quiet(), clock);
     server->seedDemo();
     server->moveToThread(&serverThread);
     serverThread.start();

@@ -47,17 +47,4 @@ TEST(Backoff, NeverNegative) {
     EXPECT_EQ(broken.delay(1, 0.5), 0.0);
 }
 
-TEST(Backoff, RandomFormStaysWithinTheJitterBand) {
-    const Backoff backoff{.base = 1.0, .maximum = 30.0, .jitter = 0.2};
-    for (long long attempt : {1LL, 4LL, 9LL}) {
-        const double capped = std::min(std::ldexp(1.0, static_cast<int>(attempt - 1)), 30.0);
-        for (int i = 0; i < 500; ++i) {
-            const double delay = backoff.delay(attempt);
-            EXPECT_GE(delay, capped * 0.8);
-            EXPECT_LE(delay, capped * 1.2);
-        }
-    }
-    EXPECT_EQ((Backoff{.base = 1, .maximum = 30, .jitter = 0}).delay(9), 30.0);
-}
-
 } // namespace

@@ -1,12 +1,8 @@
 #include "model/ChatError.h"
+#include "support/Printing.h"
 
 #include <QSet>
 #include <gtest/gtest.h>
-#include <ostream>
-
-static void PrintTo(const QString& text, std::ostream* out) {
-    *out << '"' << text.toStdString() << '"';
-}
 
 using namespace brevio;
 

@@ -79,7 +79,7 @@ TEST(ManualClock, NegativeDelaysAreDueNowButNeverRunInsideSchedule) {
 }
 
 TEST(RealClock, RunsOnTheEventLoopAndCancelsOnDestruction) {
-    RealClock& clock = RealClock::instance();
+    RealClock clock;
     EXPECT_EQ(clock.now().timeSpec(), Qt::UTC);
 
     QEventLoop loop;

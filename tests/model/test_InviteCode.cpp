@@ -1,13 +1,9 @@
 #include "model/InviteCode.h"
+#include "support/Printing.h"
 
 #include <QRegularExpression>
 #include <QSet>
 #include <gtest/gtest.h>
-#include <ostream>
-
-static void PrintTo(const QString& text, std::ostream* out) {
-    *out << '"' << text.toStdString() << '"';
-}
 
 using namespace brevio;
 

@@ -1,11 +1,7 @@
 #include "model/ServerAddress.h"
+#include "support/Printing.h"
 
 #include <gtest/gtest.h>
-#include <ostream>
-
-static void PrintTo(const QString& text, std::ostream* out) {
-    *out << '"' << text.toStdString() << '"';
-}
 
 using namespace brevio;
 
@@ -73,6 +69,25 @@ TEST(ServerAddressDisplay, ShowsWhatTheUserTypedForADefaultAddress) {
     }
     EXPECT_EQ(ServerAddress::display(*ServerAddress::normalise("http://localhost:8080")),
               "ws://localhost:8080/ws");
+}
+
+TEST(ServerAddressDisplay, RetypingWhatIsShownGivesTheSameAddress) {
+    for (const char* typed :
+         {"chat.example.com", "chat.example.com:8443", "[::1]:9000", "ws://[fe80::1]:81",
+          "wss://chat.example.com/brevio%20socket", "wss://chat.example.com/café/ws",
+          "wss://chàt.example.com", "ws://chat.example.com/a%2Fb", "ops@chat.example.com",
+          "wss://chat.example.com/ws?tenant=a%20b&lang=%C3%A8", "chat.example.com?q=è#top%20x",
+          "ws://chat.example.com:81/ws?x=%25"}) {
+        const std::optional<QUrl> url = ServerAddress::normalise(QString::fromUtf8(typed));
+        ASSERT_TRUE(url) << typed;
+        const QString shown = ServerAddress::display(*url);
+        const std::optional<QUrl> again = ServerAddress::normalise(shown);
+        ASSERT_TRUE(again) << typed << " shown as " << shown.toStdString();
+        EXPECT_EQ(again->toString(QUrl::FullyEncoded), url->toString(QUrl::FullyEncoded))
+            << typed << " shown as " << shown.toStdString();
+    }
+    EXPECT_EQ(ServerAddress::display(*ServerAddress::normalise("wss://chat.example.com/a%20b")),
+              "wss://chat.example.com/a%20b");
 }
 
 } // namespace

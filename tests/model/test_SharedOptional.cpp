@@ -1,4 +1,3 @@
-#include "model/Hashing.h"
 #include "model/Records.h"
 
 #include <gtest/gtest.h>

@@ -1,14 +1,10 @@
 #include "model/SystemRandom.h"
+#include "support/Printing.h"
 
 #include <QList>
 #include <QRegularExpression>
 #include <QSet>
 #include <gtest/gtest.h>
-#include <ostream>
-
-static void PrintTo(const QString& text, std::ostream* out) {
-    *out << '"' << text.toStdString() << '"';
-}
 
 using namespace brevio;
 

@@ -67,7 +67,8 @@ protected:
     }
 
     RecordingEndpoint endpoint;
-    ServerListener listener{endpoint, RealClock::instance()};
+    RealClock clock;
+    ServerListener listener{endpoint, clock};
 };
 
 TEST_F(PeerConnectionTest, RegistersWithTheAddressDeliversAndDisconnects) {

@@ -3,6 +3,7 @@
 // One or more frames of every case in both directions, with optional fields both set and left
 // out, for the round-trip tests.
 
+#include "support/TestClient.h"
 #include "wire/Frames.h"
 
 #include <vector>
@@ -11,10 +12,6 @@ namespace brevio::samples {
 
 inline QDateTime at(qint64 ms) {
     return QDateTime::fromMSecsSinceEpoch(ms, Qt::UTC);
-}
-
-inline ClientInfo clientInfo() {
-    return ClientInfo{3, "1.4.2", 512, QString::fromUtf8("Portatile di Anna")};
 }
 
 inline ChatMessage message(qint64 seq, bool full) {
@@ -66,13 +63,13 @@ inline User clientUser() {
 
 inline std::vector<ClientFrame> clientFrames() {
     return {
-        ClientFrame::login({"anna@example.com", "segreta", clientInfo()}),
-        ClientFrame::resume({"tok-123", clientInfo()}),
-        ClientFrame::redeem({"ABCD-EFGH", "Carla", "pw", clientInfo()}),
+        ClientFrame::login({"anna@example.com", "segreta", test::testClient(512)}),
+        ClientFrame::resume({"tok-123", test::testClient(512)}),
+        ClientFrame::redeem({"ABCD-EFGH", "Carla", "pw", test::testClient(512)}),
         ClientFrame::signup({"Dario", "dario@example.com", "Dario SpA", "pw", "Vorrei un account",
-                             "https://example.com", clientInfo()}),
+                             "https://example.com", test::testClient(512)}),
         ClientFrame::signup(
-            {"Dario", "dario@example.com", std::nullopt, "pw", "", "", clientInfo()}),
+            {"Dario", "dario@example.com", std::nullopt, "pw", "", "", test::testClient(512)}),
         ClientFrame::send({"c-1", "conv-1", "Ciao", std::nullopt}),
         ClientFrame::send({"c-2", "conv-1", "Rispondo", 41}),
         ClientFrame::history({"r-1", "conv-1", std::nullopt, 100, 50}),

@@ -79,7 +79,7 @@ TEST(FramesTest, LayoutIsFlatWithOptionalKeysLeftOut) {
 
     // The payload is beside "type", and records nest under their own key.
     const js::value login =
-        js::parse(wire::encode(ClientFrame::login({"a@b.c", "pw", samples::clientInfo()})));
+        js::parse(wire::encode(ClientFrame::login({"a@b.c", "pw", test::testClient(512)})));
     EXPECT_EQ(login.at("email"), js::value("a@b.c"));
     EXPECT_EQ(login.at("client").at("protocolVersion"), js::value(3));
     EXPECT_EQ(login.at("client").at("build"), js::value(512));
@@ -133,12 +133,6 @@ TEST(FramesTest, FramesHashByValue) {
     for (const ServerFrame& f : samples::serverFrames())
         server.insert(f); // equal copies collapse
     EXPECT_EQ(server.size(), qsizetype(samples::serverFrames().size()));
-    QSet<ClientFrame> client;
-    for (const ClientFrame& f : samples::clientFrames())
-        client.insert(f);
-    EXPECT_EQ(client.size(), qsizetype(samples::clientFrames().size()));
-    for (const ClientFrame& f : samples::clientFrames())
-        EXPECT_TRUE(client.contains(f));
     // A field deep inside a welcome changes the hash.
     ServerFrame a = samples::serverFrames().front();
     ServerFrame b = a;
