@@ -182,14 +182,13 @@ QList<TimelineEntry> buildTimeline(const ChatState& state, const QString& conver
         if (showsAuthor && !separated && *facts[std::size_t(i - 1)].author == *f.author)
             showsAuthor = Duration(std::abs(f.ms - facts[std::size_t(i - 1)].ms)) >= groupingGap;
 
-        // A bubble only joins a next one that follows it in time: a row dated before this one
-        // (skewed clock, an outbox entry older than the last accepted message) starts its own.
+        // Joining looks forward only: a next row dated before this one (a skewed clock, an outbox
+        // entry written before the last accepted message) still joins it.
         bool continues = false;
         if (i + 1 < count && i + 1 != firstUnread) {
             const Facts& next = facts[std::size_t(i + 1)];
-            const Duration after(next.ms - f.ms);
             continues = day.contains(next.ms) && *next.author == *f.author &&
-                        after >= Duration::zero() && after < groupingGap;
+                        Duration(next.ms - f.ms) < groupingGap;
         }
 
         TimelineEntry entry;

@@ -199,7 +199,7 @@ protected:
     ServerProcess server;
     LoopbackRelay relay; // between the writer and the server
     QUrl writerServer;
-    testing::WsTestClient staff;
+    test::WsTestClient staff;
     QTimer staffTimer;
     int staffSent = 0;
     QString writerEmail;

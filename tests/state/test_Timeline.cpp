@@ -86,20 +86,20 @@ TEST(Timeline, GroupingThresholdIsThreeHundredSeconds) {
     EXPECT_EQ(rows[1].delivery, Delivery::sent());
 }
 
-TEST(Timeline, ARowDatedBeforeItsPredecessorStartsANewBubble) {
+TEST(Timeline, ARowDatedBeforeItsPredecessorStillJoinsIt) {
     // Seq order and date order can disagree: a skewed clock, or an outbox entry written before
-    // the last accepted message arrived.
+    // the last accepted message arrived. Joining looks forward only; the author line looks at
+    // the distance either way.
     const QDateTime t = utc(2025, 3, 14, 10, 0);
-    ChatState s = withMessages(
-        {{"ann", t}, {"ann", t.addSecs(-10)}, {"ann", t.addSecs(-10)}, {"me", t.addSecs(120)}});
+    ChatState s = withMessages({{"ann", t}, {"ann", t.addSecs(-600)}, {"me", t.addSecs(120)}});
     s.appendPending(pendingMessage("p1", "d"));
-    s.outbox[0].createdAt = t.addSecs(60);
+    s.outbox[0].createdAt = t.addSecs(-300);
     const QList<TimelineMessage> rows = rowsOf(s.timeline("d", std::nullopt, t, rome));
-    ASSERT_EQ(rows.size(), 5);
-    EXPECT_FALSE(rows[0].continues);
-    EXPECT_FALSE(rows[1].showsAuthor); // 10 s apart: same group for the author line
-    EXPECT_TRUE(rows[1].continues);    // same moment counts as following on
-    EXPECT_FALSE(rows[3].continues);
+    ASSERT_EQ(rows.size(), 4);
+    EXPECT_TRUE(rows[0].continues);
+    EXPECT_TRUE(rows[1].showsAuthor); // ten minutes apart
+    EXPECT_FALSE(rows[1].continues);  // another author follows
+    EXPECT_TRUE(rows[2].continues);   // into the outbox entry dated seven minutes earlier
 }
 
 TEST(Timeline, MidnightDependsOnTheTimeZone) {
