@@ -4,6 +4,7 @@
 #include "PeerConnection.h"
 #include "ServerListener.h"
 #include "WsTestClient.h"
+#include "support/RecordingEndpoint.h"
 
 #include <QTcpSocket>
 #include <gtest/gtest.h>
@@ -14,33 +15,6 @@ using namespace brevio;
 using namespace brevio::test;
 
 namespace {
-
-class RecordingEndpoint : public LocalEndpoint {
-public:
-    PeerLink registerPeer(const QString& address) override {
-        std::lock_guard lock(mutex);
-        PeerLink link{nextID++, std::make_shared<FrameQueue<ServerFrame>>()};
-        addresses.push_back(address);
-        queues.push_back(link.frames);
-        return link;
-    }
-    void deliver(qint64 peerID, ClientFrame frame) override {
-        std::lock_guard lock(mutex);
-        delivered.emplace_back(peerID, std::move(frame));
-    }
-    void disconnectPeer(qint64 peerID) override {
-        std::lock_guard lock(mutex);
-        disconnected.push_back(peerID);
-        queues[peerID - 1]->finish();
-    }
-
-    std::mutex mutex;
-    qint64 nextID = 1;
-    QStringList addresses;
-    std::vector<std::shared_ptr<FrameQueue<ServerFrame>>> queues;
-    std::vector<std::pair<qint64, ClientFrame>> delivered;
-    std::vector<qint64> disconnected;
-};
 
 ServerFrame typing(int n) {
     return ServerFrame::typing(
@@ -61,10 +35,7 @@ protected:
         return client;
     }
 
-    std::size_t peerCount() {
-        std::lock_guard lock(endpoint.mutex);
-        return endpoint.queues.size();
-    }
+    std::size_t peerCount() { return endpoint.registered(); }
 
     RecordingEndpoint endpoint;
     RealClock clock;
@@ -73,30 +44,23 @@ protected:
 
 TEST_F(PeerConnectionTest, RegistersWithTheAddressDeliversAndDisconnects) {
     auto client = connected();
-    ASSERT_EQ(endpoint.addresses.size(), 1);
-    EXPECT_EQ(endpoint.addresses[0], QStringLiteral("127.0.0.1"));
+    EXPECT_EQ(endpoint.addresses(), QStringList{QStringLiteral("127.0.0.1")});
 
     const ClientFrame typingFrame =
         ClientFrame::typing(TypingRequest{QStringLiteral("conv-1"), true});
     client->send(typingFrame);
-    ASSERT_TRUE(waitUntil([&] {
-        std::lock_guard lock(endpoint.mutex);
-        return !endpoint.delivered.empty();
-    }));
-    EXPECT_EQ(endpoint.delivered[0].first, 1);
-    EXPECT_EQ(endpoint.delivered[0].second, typingFrame);
+    ASSERT_TRUE(waitUntil([&] { return !endpoint.delivered().empty(); }));
+    EXPECT_EQ(endpoint.delivered()[0].first, 1);
+    EXPECT_EQ(endpoint.delivered()[0].second, typingFrame);
 
     client->socket.close();
-    ASSERT_TRUE(waitUntil([&] {
-        std::lock_guard lock(endpoint.mutex);
-        return endpoint.disconnected == std::vector<qint64>{1};
-    }));
+    ASSERT_TRUE(waitUntil([&] { return endpoint.disconnected() == std::vector<qint64>{1}; }));
     EXPECT_TRUE(waitUntil([&] { return listener.connectionCount() == 0; }));
 }
 
 TEST_F(PeerConnectionTest, FramesFromAnotherThreadArriveInOrderThenTheEndClosesNormally) {
     auto client = connected();
-    auto queue = endpoint.queues[0];
+    auto queue = endpoint.queue(1);
     constexpr int count = 2000;
     std::thread producer([&] {
         for (int i = 0; i < count; ++i) {
@@ -132,19 +96,15 @@ TEST_F(PeerConnectionTest, AClientThatStopsReadingIsCutOffInsteadOfBufferedWitho
     const QString bulky(4096, u'x');
     const qint64 total = 8 * PeerConnection::maxPendingOutput;
     for (qint64 sent = 0; sent < total; sent += bulky.size()) {
-        endpoint.queues[0]->push(
-            ServerFrame::typing(TypingEvent{bulky, QStringLiteral("u"), true}));
+        endpoint.queue(1)->push(ServerFrame::typing(TypingEvent{bulky, QStringLiteral("u"), true}));
         QCoreApplication::processEvents();
     }
-    EXPECT_TRUE(waitUntil([&] {
-        std::lock_guard lock(endpoint.mutex);
-        return endpoint.disconnected == std::vector<qint64>{1};
-    }));
+    EXPECT_TRUE(waitUntil([&] { return endpoint.disconnected() == std::vector<qint64>{1}; }));
     EXPECT_TRUE(waitUntil([&] { return listener.connectionCount() == 1; }));
 
     // The other connection is untouched.
     const ServerFrame event = ServerFrame::presence(PresenceEvent{QStringLiteral("u-2"), true});
-    endpoint.queues[1]->push(event);
+    endpoint.queue(2)->push(event);
     ASSERT_TRUE(waitUntil([&] { return healthy->frames.size() == 1; }));
     EXPECT_EQ(healthy->frames[0], event);
     EXPECT_FALSE(healthy->closed);

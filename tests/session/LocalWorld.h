@@ -6,50 +6,12 @@
 #include "FakeTransport.h"
 #include "SessionHarness.h"
 #include "localserver/LocalServer.h"
+#include "support/RecordingEndpoint.h"
 #include "transport/LocalTransport.h"
 
 #include <algorithm>
-#include <mutex>
 
 namespace brevio::test {
-
-// Passes everything to the server and remembers which peers connected, so a test can drop them
-// from the server's side.
-class RecordingEndpoint final : public LocalEndpoint {
-public:
-    explicit RecordingEndpoint(LocalEndpoint& server) : server_(server) {}
-
-    PeerLink registerPeer(const QString& address = {}) override {
-        PeerLink link = server_.registerPeer(address);
-        std::lock_guard lock(mutex_);
-        peers_.push_back(link.peerID);
-        return link;
-    }
-    void deliver(qint64 peerID, ClientFrame frame) override {
-        server_.deliver(peerID, std::move(frame));
-    }
-    void disconnectPeer(qint64 peerID) override { server_.disconnectPeer(peerID); }
-
-    // Ends every peer so far from the server's side.
-    void dropAll() {
-        std::vector<qint64> peers;
-        {
-            std::lock_guard lock(mutex_);
-            peers.swap(peers_);
-        }
-        for (qint64 peer : peers)
-            server_.disconnectPeer(peer);
-    }
-    std::size_t registered() const {
-        std::lock_guard lock(mutex_);
-        return peers_.size();
-    }
-
-private:
-    LocalEndpoint& server_;
-    mutable std::mutex mutex_;
-    std::vector<qint64> peers_;
-};
 
 class LocalWorld {
 public:

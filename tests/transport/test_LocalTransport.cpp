@@ -1,4 +1,5 @@
 #include "TransportTestSupport.h"
+#include "support/RecordingEndpoint.h"
 #include "transport/LocalTransport.h"
 
 #include <QThread>
@@ -12,50 +13,8 @@ namespace {
 
 using test::drainPosted;
 using test::Outcome;
+using test::RecordingEndpoint;
 using test::waitUntil;
-
-// Records what the transport hands to the server and lets the test push frames to a peer.
-class FakeEndpoint final : public LocalEndpoint {
-public:
-    PeerLink registerPeer(const QString&) override {
-        std::lock_guard lock(mutex_);
-        PeerLink link{++lastPeer_, std::make_shared<FrameQueue<ServerFrame>>()};
-        queues_[link.peerID] = link.frames;
-        return link;
-    }
-    void deliver(qint64 peerID, ClientFrame frame) override {
-        std::lock_guard lock(mutex_);
-        delivered_.emplace_back(peerID, std::move(frame));
-    }
-    void disconnectPeer(qint64 peerID) override {
-        std::lock_guard lock(mutex_);
-        disconnected_.push_back(peerID);
-    }
-
-    qint64 lastPeer() {
-        std::lock_guard lock(mutex_);
-        return lastPeer_;
-    }
-    std::shared_ptr<FrameQueue<ServerFrame>> queue(qint64 peerID) {
-        std::lock_guard lock(mutex_);
-        return queues_.at(peerID);
-    }
-    std::vector<std::pair<qint64, ClientFrame>> delivered() {
-        std::lock_guard lock(mutex_);
-        return delivered_;
-    }
-    std::vector<qint64> disconnected() {
-        std::lock_guard lock(mutex_);
-        return disconnected_;
-    }
-
-private:
-    std::mutex mutex_;
-    qint64 lastPeer_ = 100;
-    std::map<qint64, std::shared_ptr<FrameQueue<ServerFrame>>> queues_;
-    std::vector<std::pair<qint64, ClientFrame>> delivered_;
-    std::vector<qint64> disconnected_;
-};
 
 ServerFrame typingFrame(const QString& user) {
     return ServerFrame::typing(TypingEvent{QStringLiteral("c1"), user, true});
@@ -67,7 +26,7 @@ ClientFrame sendFrame(const QString& id) {
 }
 
 struct LocalTransportTest : ::testing::Test {
-    std::shared_ptr<FakeEndpoint> server = std::make_shared<FakeEndpoint>();
+    std::shared_ptr<RecordingEndpoint> server = std::make_shared<RecordingEndpoint>();
     LocalTransport transport{server};
 
     std::shared_ptr<TransportConnection> connect() {
