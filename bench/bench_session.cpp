@@ -262,6 +262,37 @@ void BM_SaveOnStoreThread(benchmark::State& bench) {
     f.store->flush();
 }
 
+// From send() to the outbox file written, on an idle store (0) and behind a full save of the large
+// state queued just before (1), the worst a message waits for the disk.
+void BM_OutboxOnDisk(benchmark::State& bench) {
+    Fixture& f = fixture();
+    NoServer transport;
+    ManualClock clock;
+    ChatSession session(clock, transport, f.store.get(), ClientInfo{});
+    session.restore();
+    spinUntil([&] { return session.state().conversations.size() == conversationCount; });
+    const QString conversationID = session.state().conversations.cbegin().key();
+    const bool behindSave = bench.range(0) == 1;
+    qsizetype written = 0;
+    for (auto _ : bench) {
+        if (behindSave)
+            f.store->saveState(f.state, userID);
+        std::atomic<qint64> end{0};
+        QElapsedTimer wall;
+        wall.start();
+        session.send(conversationID, QStringLiteral("Messaggio %1").arg(++written));
+        markOnStore(*f.store, end, wall);
+        spinUntil([&] { return end.load() != 0; });
+        bench.SetIterationTime(end / 1e9);
+    }
+    bench.counters["outbox_entries"] = double(session.state().outbox.size());
+    session.signOutNow(SignOutReason::sessionExpired, false);
+    f.store->saveCredentials(
+        {QUrl(QStringLiteral("wss://chat.example.test/ws")), QStringLiteral("token"), userID});
+    f.store->saveState(f.state, userID);
+    f.store->flush();
+}
+
 // For comparison, the codecs alone on the calling thread. The encoder hands its parts to a sink
 // that only counts them, so this is the encode without the file write.
 void BM_EncodeStateJson(benchmark::State& bench) {
@@ -306,6 +337,12 @@ BENCHMARK(BM_RestoreToPublishedState)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond)
     ->Iterations(10);
+BENCHMARK(BM_OutboxOnDisk)
+    ->Arg(0)
+    ->Arg(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(20);
 BENCHMARK(BM_SaveOnStoreThread)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(10);
 
 } // namespace
