@@ -1,6 +1,5 @@
 #include "FakeTransport.h"
 
-#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 
 namespace brevio::test {
@@ -12,27 +11,6 @@ void later(std::function<void()> work) {
 }
 
 } // namespace
-
-void pump() {
-    // Until the loop finds nothing more to do: a completion may post the next one.
-    QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance();
-    for (int i = 0; i < 1000000; ++i) {
-        QCoreApplication::sendPostedEvents();
-        if (!dispatcher->processEvents(QEventLoop::AllEvents))
-            break;
-    }
-}
-
-void advanceClockTo(ManualClock& clock, QDateTime target) {
-    pump();
-    for (QDateTime next = clock.nextDue(); next.isValid() && next <= target;
-         next = clock.nextDue()) {
-        clock.advanceTo(next);
-        pump();
-    }
-    clock.advanceTo(target);
-    pump();
-}
 
 void FakeConnection::send(ClientFrame frame, Done<void> done) {
     if (closed || failure_) {

@@ -4,6 +4,7 @@
 // Completions are posted to the event loop, never run inside the call, as the real transports do.
 
 #include "model/ManualClock.h"
+#include "support/VirtualTime.h"
 #include "transport/ChatTransport.h"
 
 #include <deque>
@@ -71,11 +72,5 @@ public:
     // Frames of one type sent over every connection, oldest first.
     std::vector<ClientFrame> sentOf(ClientFrame::Type type) const;
 };
-
-// Runs everything posted to this thread (completions, queued calls), including what that posts.
-void pump();
-// Moves `clock` to `target`, firing its timers in due order and pumping after each, so that what
-// a timer posts runs before the next one fires.
-void advanceClockTo(ManualClock& clock, QDateTime target);
 
 } // namespace brevio::test

@@ -1,0 +1,138 @@
+#include "BuildInfo.h"
+#include "session/FileSessionStore.h"
+#include "shell/AppModel.h"
+#include "shell/NetworkWatcher.h"
+#include "shell/Preferences.h"
+#include "shell/WindowWatcher.h"
+#include "shell/platform/LauncherBadge.h"
+#include "shell/platform/Notifier.h"
+#include "shell/platform/SleepWatcher.h"
+#include "transport/WebSocketTransport.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDBusConnection>
+#include <QQmlApplicationEngine>
+#include <QQuickStyle>
+#include <QQuickWindow>
+#include <QtQml/qqmlextensionplugin.h>
+#include <cstdio>
+
+Q_IMPORT_QML_PLUGIN(BrevioPlugin)
+
+using namespace brevio;
+
+namespace {
+
+struct Options {
+    std::optional<bool> demoAsStaff;
+};
+
+// --help and --version print and leave; a wrong option says why and leaves with 2.
+std::optional<Options> parseOptions(QApplication& app, int& exitCode) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Brevio, la chat con i clienti."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption demo(QStringLiteral("demo"),
+                                  QStringLiteral("Apre subito la demo come staff o cliente."),
+                                  QStringLiteral("staff|client"));
+    parser.addOption(demo);
+    if (!parser.parse(app.arguments())) {
+        std::fprintf(stderr, "brevio: %s\n", qPrintable(parser.errorText()));
+        exitCode = 2;
+        return std::nullopt;
+    }
+    if (parser.isSet(QStringLiteral("help"))) {
+        std::fputs(qPrintable(parser.helpText()), stdout);
+        exitCode = 0;
+        return std::nullopt;
+    }
+    if (parser.isSet(QStringLiteral("version"))) {
+        std::printf("Brevio %s (%s)\n", build::version, build::buildNumber);
+        exitCode = 0;
+        return std::nullopt;
+    }
+    Options options;
+    if (parser.isSet(demo)) {
+        const QString role = parser.value(demo);
+        if (role != QLatin1String("staff") && role != QLatin1String("client")) {
+            std::fprintf(stderr, "brevio: --demo takes staff or client\n");
+            exitCode = 2;
+            return std::nullopt;
+        }
+        options.demoAsStaff = role == QLatin1String("staff");
+    }
+    return options;
+}
+
+void restoreGeometry(QWindow& window) {
+    const QRect saved = preferences().value(QStringLiteral("window/geometry")).toRect();
+    if (saved.isValid() && saved.width() >= 480 && saved.height() >= 360)
+        window.setGeometry(saved);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Brevio"));
+    QApplication::setApplicationVersion(QString::fromLatin1(build::version));
+    QApplication::setDesktopFileName(QStringLiteral("brevio"));
+
+    int exitCode = 0;
+    const auto options = parseOptions(app, exitCode);
+    if (!options)
+        return exitCode;
+
+    QQuickStyle::setStyle(QStringLiteral("Fusion"));
+
+    RealClock clock;
+    WebSocketTransport transport;
+    FileSessionStore store;
+    Notifier notifier(QDBusConnection::sessionBus(), &preference);
+    LauncherBadge badge(QDBusConnection::sessionBus());
+    AppModel model(AppParts{
+        .clock = clock,
+        .transport = transport,
+        .store = &store,
+        .clientInfo = ClientInfo::current(),
+        .notifications = notifier,
+        .badge = badge,
+        .makeDemo =
+            [&clock] {
+                return std::make_unique<DemoWorld>(clock, DemoWorld::Threading::ownThread);
+            },
+    });
+
+    WindowWatcher windows(model);
+    model.openMainWindow = [&windows] { windows.bringForward(); };
+    NetworkWatcher network;
+    QObject::connect(&network, &NetworkWatcher::reachable, &model, &AppModel::networkReachable);
+    SleepWatcher sleep(QDBusConnection::systemBus());
+    QObject::connect(&sleep, &SleepWatcher::woke, &model, &AppModel::woke);
+    QObject::connect(&app, &QCoreApplication::aboutToQuit, &model, &AppModel::aboutToQuit);
+
+    QQmlApplicationEngine engine;
+    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+    engine.setInitialProperties({{QStringLiteral("app"), QVariant::fromValue(&model)}});
+    engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Brevio/Main.qml")));
+    auto* window = engine.rootObjects().isEmpty()
+                       ? nullptr
+                       : qobject_cast<QQuickWindow*>(engine.rootObjects().constFirst());
+    if (!window)
+        return 1;
+    restoreGeometry(*window);
+    windows.watch(window);
+    window->show();
+    QObject::connect(&app, &QCoreApplication::aboutToQuit, window, [window] {
+        preferences().setValue(QStringLiteral("window/geometry"), window->geometry());
+    });
+
+    if (options->demoAsStaff)
+        model.startDemo(*options->demoAsStaff);
+    else
+        model.session().restore();
+
+    return app.exec();
+}

@@ -1,0 +1,29 @@
+import QtQuick
+import Brevio
+
+// One of the top-level screens, by where the session is in the sign-in flow.
+Item {
+    id: root
+
+    property AppModel app
+
+    Loader {
+        id: screen
+        anchors.fill: parent
+        sourceComponent: {
+            if (!root.app)
+                return null
+            switch (root.app.screen) {
+            case "login": return login
+            case "connecting": return connecting
+            case "upgrade": return upgrade
+            default: return home
+            }
+        }
+    }
+
+    Component { id: login; LoginView { app: root.app } }
+    Component { id: connecting; ConnectingView { app: root.app } }
+    Component { id: upgrade; UpgradeView { app: root.app } }
+    Component { id: home; HomePlaceholder { app: root.app } }
+}

@@ -1,0 +1,51 @@
+pragma Singleton
+import QtQuick
+
+// The one visual language of every screen: grid, type, shapes and the two palettes.
+QtObject {
+    property bool dark: false
+
+    // Grid
+    readonly property int xs: 4
+    readonly property int s: 8
+    readonly property int m: 12
+    readonly property int l: 16
+    readonly property int xl: 24
+    readonly property int margin: 16
+
+    // Type, relative to the system font, never below 11 px
+    readonly property real baseSize: Math.max(11, Qt.application.font.pixelSize > 0
+                                                   ? Qt.application.font.pixelSize : 13)
+    readonly property real body: baseSize
+    readonly property real secondary: Math.max(11, baseSize * 0.9)
+    readonly property real small: Math.max(11, baseSize * 0.8)
+    readonly property real title: baseSize * 1.25
+    readonly property real heading: baseSize * 1.6
+
+    // Shapes
+    readonly property int radiusBubble: 12
+    readonly property int radiusCard: 10
+    readonly property int radiusControl: 6
+    readonly property int rowHeight: 56
+    readonly property int avatarList: 36
+
+    // Motion
+    readonly property int quick: 120
+
+    // Colours
+    readonly property color window: dark ? "#17191C" : "#F6F7F9"
+    readonly property color surface: dark ? "#1F2226" : "#FFFFFF"
+    readonly property color text: dark ? "#E8EAED" : "#1B1D21"
+    readonly property color secondaryText: dark ? "#9AA1AB" : "#5F6670"
+    readonly property color separator: dark ? "#2C3036" : "#E3E6EA"
+    readonly property color accent: dark ? "#5B8DEF" : "#2F6FEB"
+    readonly property color ownBubble: dark ? "#2E5BB8" : "#2A63D4"
+    readonly property color ownText: "#FFFFFF"
+    readonly property color ownMeta: "#E3ECFC"
+    readonly property color otherBubble: dark ? "#2A2E34" : "#FFFFFF"
+    readonly property color otherText: dark ? "#E8EAED" : "#1B1D21"
+    readonly property color badge: dark ? "#3A6BD0" : "#2A63D4"
+    readonly property color destructive: dark ? "#FF6B6B" : "#D93636"
+    readonly property color online: dark ? "#3CCB6E" : "#2EAD5B"
+    readonly property color highlight: dark ? "#7A6320" : "#FFE58A"
+}
