@@ -66,6 +66,7 @@ Item {
 
             SegmentedPicker {
                 id: modes
+                objectName: "modePicker"
                 Layout.fillWidth: true
                 enabled: !form.isWorking
                 labels: ["Accedi", "Nuova richiesta", "Ho un invito"]
