@@ -1,8 +1,10 @@
 #include "BuildInfo.h"
+#include "process/SignalWatcher.h"
 #include "session/FileSessionStore.h"
 #include "shell/AppModel.h"
 #include "shell/NetworkWatcher.h"
 #include "shell/Preferences.h"
+#include "shell/StartupProbe.h"
 #include "shell/WindowWatcher.h"
 #include "shell/platform/LauncherBadge.h"
 #include "shell/platform/Notifier.h"
@@ -16,6 +18,7 @@
 #include <QQuickStyle>
 #include <QQuickWindow>
 #include <QtQml/qqmlextensionplugin.h>
+#include <csignal>
 #include <cstdio>
 
 Q_IMPORT_QML_PLUGIN(BrevioPlugin)
@@ -86,6 +89,10 @@ int main(int argc, char** argv) {
         return exitCode;
 
     QQuickStyle::setStyle(QStringLiteral("Fusion"));
+    // The desktop session ends programs with SIGTERM: quit the normal way, so that everything
+    // reaches the disk first.
+    SignalWatcher signalWatcher({SIGINT, SIGTERM});
+    QObject::connect(&signalWatcher, &SignalWatcher::received, &app, &QCoreApplication::quit);
 
     RealClock clock;
     WebSocketTransport transport;
@@ -128,6 +135,10 @@ int main(int argc, char** argv) {
     QObject::connect(&app, &QCoreApplication::aboutToQuit, window, [window] {
         preferences().setValue(QStringLiteral("window/geometry"), window->geometry());
     });
+
+    std::unique_ptr<StartupProbe> probe;
+    if (StartupProbe::isWanted())
+        probe = std::make_unique<StartupProbe>(model, *window);
 
     if (options->demoAsStaff)
         model.startDemo(*options->demoAsStaff);

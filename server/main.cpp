@@ -3,8 +3,8 @@
 #include "Argon2idPasswordHasher.h"
 #include "ServerListener.h"
 #include "ServerOptions.h"
-#include "SignalWatcher.h"
 #include "localserver/LocalServer.h"
+#include "process/SignalWatcher.h"
 
 #include <QCoreApplication>
 #include <QThread>
