@@ -23,10 +23,9 @@ Item {
             font.pixelSize: Theme.title
             Layout.alignment: Qt.AlignHCenter
         }
-        Button {
+        PrimaryButton {
             objectName: "backToLogin"
             text: "Torna all'accesso"
-            highlighted: true
             Layout.fillWidth: true
             Accessible.name: text
             onClicked: view.app.signOut()

@@ -196,14 +196,12 @@ Item {
                 }
             }
 
-            Button {
+            PrimaryButton {
                 id: submit
                 objectName: "submitButton"
                 text: form.submitTitle
                 enabled: !form.isWorking
-                highlighted: true
                 Layout.fillWidth: true
-                Accessible.name: text
                 onClicked: form.submit()
                 BusyIndicator {
                     running: form.isWorking
