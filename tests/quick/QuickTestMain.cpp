@@ -37,9 +37,10 @@ public Q_SLOTS:
             .clientInfo = ClientInfo::current(),
             .notifications = notifications_,
             .badge = badge_,
-            .makeDemo = [this] {
-                return std::make_unique<DemoWorld>(clock_, DemoWorld::Threading::ownThread);
-            },
+            .makeDemo =
+                [this] {
+                    return std::make_unique<DemoWorld>(clock_, DemoWorld::Threading::ownThread);
+                },
         });
         engine->rootContext()->setContextProperty(QStringLiteral("testApp"), model_.get());
     }
