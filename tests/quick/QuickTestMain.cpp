@@ -1,4 +1,5 @@
 #include "shell/AppModel.h"
+#include "support/QuietDesktop.h"
 #include "transport/WebSocketTransport.h"
 
 #include <QQmlContext>
@@ -11,17 +12,8 @@ Q_IMPORT_QML_PLUGIN(BrevioPlugin)
 namespace brevio {
 namespace {
 
-struct NoNotifications final : Notifications {
-    void activate() override {}
-    bool isActive() const override { return false; }
-    void notify(const QString&, const std::optional<QString>&, const QString&,
-                const QString&) override {}
-    void withdraw(const QString&) override {}
-};
-
-struct NoBadge final : Badge {
-    void setCount(qint64) override {}
-};
+using test::NoBadge;
+using test::NoNotifications;
 
 // The screens under test get the real model: a real WebSocket transport for the server session
 // (nothing listens where the tests point it), demos on a server thread of their own, no files.

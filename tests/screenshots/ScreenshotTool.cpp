@@ -7,6 +7,7 @@
 #include "shell/AppModel.h"
 #include "shell/Preferences.h"
 #include "support/EventLoopWait.h"
+#include "support/QuietDesktop.h"
 #include "transport/LocalTransport.h"
 #include "views/LoginForm.h"
 
@@ -24,19 +25,10 @@
 Q_IMPORT_QML_PLUGIN(BrevioPlugin)
 
 using namespace brevio;
+using brevio::test::NoBadge;
+using brevio::test::NoNotifications;
 
 namespace {
-
-struct NoNotifications final : Notifications {
-    void activate() override {}
-    bool isActive() const override { return false; }
-    void notify(const QString&, const std::optional<QString>&, const QString&,
-                const QString&) override {}
-    void withdraw(const QString&) override {}
-};
-struct NoBadge final : Badge {
-    void setCount(qint64) override {}
-};
 
 // Connections that never come up: a restored session stays on the connecting screen.
 struct Unreachable final : ChatTransport {
