@@ -298,12 +298,7 @@ void AppModel::startDemo(bool asStaff) {
     selected_.reset();
     drafts_.clear();
     demo_ = makeDemo_();
-    session_ = makeSession(demo_->transport(), nullptr, true);
-    wire(*session_);
-    Q_EMIT sessionReplaced();
-    Q_EMIT selectionChanged();
-    sessionStateChanged();
-    Q_EMIT statusChanged();
+    showSession(makeSession(demo_->transport(), nullptr, true));
 
     const auto account = demo_->account(asStaff ? Role::staff : Role::client);
     const quint64 attempt = ++demoAttempt_;
@@ -327,7 +322,11 @@ void AppModel::leaveDemo() {
     demo_.reset();
     selected_.reset();
     drafts_.clear();
-    session_ = std::move(liveSession_);
+    showSession(std::move(liveSession_));
+}
+
+void AppModel::showSession(std::unique_ptr<ChatSession> session) {
+    session_ = std::move(session);
     wire(*session_);
     Q_EMIT sessionReplaced();
     Q_EMIT selectionChanged();

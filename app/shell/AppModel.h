@@ -141,6 +141,8 @@ private:
     std::unique_ptr<ChatSession> makeSession(ChatTransport& transport, SessionStore* store,
                                              bool isDemo);
     void wire(ChatSession& session);
+    // Makes `session` the one the screens show, wired, and tells them.
+    void showSession(std::unique_ptr<ChatSession> session);
     void unwire(ChatSession& session);
     void handleEvent(const SessionEvent& event);
     void updateBadge();
