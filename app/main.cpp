@@ -114,11 +114,13 @@ int main(int argc, char** argv) {
 
     WindowWatcher windows(model);
     model.openMainWindow = [&windows] { windows.bringForward(); };
-    NetworkWatcher network;
-    QObject::connect(&network, &NetworkWatcher::reachable, &model, &AppModel::networkReachable);
-    SleepWatcher sleep(QDBusConnection::systemBus());
-    QObject::connect(&sleep, &SleepWatcher::woke, &model, &AppModel::woke);
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &model, &AppModel::aboutToQuit);
+
+    // The saved session is read on the store's thread while the engine loads the screens.
+    if (options->demoAsStaff)
+        model.startDemo(*options->demoAsStaff);
+    else
+        model.session().restore();
 
     QQmlApplicationEngine engine;
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
@@ -136,14 +138,24 @@ int main(int argc, char** argv) {
         preferences().setValue(QStringLiteral("window/geometry"), window->geometry());
     });
 
+    // Reachability and sleep matter only once something is on screen: their backends load after
+    // the first frame.
+    std::unique_ptr<NetworkWatcher> network;
+    std::unique_ptr<SleepWatcher> sleep;
+    QObject::connect(
+        window, &QQuickWindow::frameSwapped, &model,
+        [&] {
+            network = std::make_unique<NetworkWatcher>();
+            QObject::connect(network.get(), &NetworkWatcher::reachable, &model,
+                             &AppModel::networkReachable);
+            sleep = std::make_unique<SleepWatcher>(QDBusConnection::systemBus());
+            QObject::connect(sleep.get(), &SleepWatcher::woke, &model, &AppModel::woke);
+        },
+        Qt::SingleShotConnection);
+
     std::unique_ptr<StartupProbe> probe;
     if (StartupProbe::isWanted())
         probe = std::make_unique<StartupProbe>(model, *window);
-
-    if (options->demoAsStaff)
-        model.startDemo(*options->demoAsStaff);
-    else
-        model.session().restore();
 
     return app.exec();
 }

@@ -95,6 +95,8 @@ QString AppModel::screen() const {
         return QStringLiteral("upgrade");
     if (phase.isSignedOut())
         return QStringLiteral("login");
+    if (session_->isRestoring())
+        return QStringLiteral("restoring");
     const auto& me = session_->state().me;
     if (!me)
         return QStringLiteral("connecting");

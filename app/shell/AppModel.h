@@ -38,8 +38,8 @@ class AppModel : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("the application creates its one model")
 
-    // The screen the main window shows: "login", "connecting", "upgrade", "staffHome" or
-    // "clientHome".
+    // The screen the main window shows: "login", "restoring" (the saved state is being read: a
+    // blank window for a moment), "connecting", "upgrade", "staffHome" or "clientHome".
     Q_PROPERTY(QString screen READ screen NOTIFY screenChanged)
     Q_PROPERTY(bool sessionExpired READ sessionExpired NOTIFY screenChanged)
     Q_PROPERTY(bool isDemo READ isDemo NOTIFY sessionReplaced)

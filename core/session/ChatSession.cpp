@@ -144,6 +144,8 @@ void ChatSession::restore() {
         if (saved) {
             self->saving_.adoptOutbox(saved->outbox);
             self->setState(std::move(*saved));
+        } else {
+            Q_EMIT self->stateChanged(); // nothing saved: restoring is over all the same
         }
         if (self->phase_.isSignedIn() && self->credentials_)
             self->loop_.start(nullptr);

@@ -83,6 +83,8 @@ public:
     const Settings& settings() const { return settings_; }
     const ClientInfo& clientInfo() const { return clientInfo_; }
     const std::optional<SessionCredentials>& credentials() const { return credentials_; }
+    // Signed in from the saved credentials while the saved state is still being read.
+    bool isRestoring() const { return phase_.isSignedIn() && !stateReady_; }
     // Raised for notifications: messages of others that arrive live, conversations taken away.
     void setOnEvent(EventHandler handler) { onEvent_ = std::move(handler); }
 

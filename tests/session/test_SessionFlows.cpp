@@ -105,8 +105,10 @@ TEST(SessionRestore, TheSavedStateShowsBeforeTheServerAnswers) {
 
     h->restore();
     EXPECT_TRUE(h->phase().isSignedIn());
+    EXPECT_TRUE(h->isRestoring());
     EXPECT_EQ(h->server(), serverURL);
     h.advance(0ms);
+    EXPECT_FALSE(h->isRestoring());
     EXPECT_EQ(h->state(), saved);
     EXPECT_TRUE(h->status().isConnecting());
     const auto resume = h.transport.sentOf(ClientFrame::Type::resume);
@@ -128,6 +130,19 @@ TEST(SessionRestore, ANewTokenFromResumeReplacesTheStoredOne) {
     EXPECT_TRUE(h->status().isOnline());
     EXPECT_EQ(h.store.credentials->token, "token-new");
     EXPECT_EQ(h->credentials()->token, "token-new");
+}
+
+TEST(SessionRestore, WithNothingSavedTheEndOfReadingIsStillAnnounced) {
+    SessionHarness h;
+    h.store.credentials = SessionCredentials{serverURL, "token-old", staffID};
+    h.transport.script = nullptr; // the server stays silent
+    h->restore();
+    int changes = 0;
+    QObject::connect(h.session.get(), &ChatSession::stateChanged, [&] { ++changes; });
+    h.advance(0ms);
+    EXPECT_FALSE(h->isRestoring());
+    EXPECT_EQ(changes, 1);
+    EXPECT_FALSE(h->state().me);
 }
 
 TEST(SessionRestore, NothingHappensWithoutCredentials) {

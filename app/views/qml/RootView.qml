@@ -15,6 +15,7 @@ Item {
                 return null
             switch (root.app.screen) {
             case "login": return login
+            case "restoring": return null
             case "connecting": return connecting
             case "upgrade": return upgrade
             default: return home
