@@ -26,7 +26,16 @@ ColumnLayout {
         Layout.fillWidth: true
         echoMode: field.secret ? TextInput.Password : TextInput.Normal
         selectByMouse: true
+        leftPadding: Theme.s + 2
+        rightPadding: Theme.s + 2
         Accessible.name: caption.text
+        background: Rectangle {
+            implicitHeight: 32
+            radius: Theme.radiusControl
+            color: Theme.surface
+            border.width: input.activeFocus ? 2 : 1
+            border.color: input.activeFocus ? Theme.accent : Theme.fieldBorder
+        }
         onAccepted: field.accepted()
     }
 }

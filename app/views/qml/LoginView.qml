@@ -160,7 +160,8 @@ Item {
                         background: Rectangle {
                             radius: Theme.radiusControl
                             color: Theme.surface
-                            border.color: parent.activeFocus ? Theme.accent : Theme.separator
+                            border.width: parent.activeFocus ? 2 : 1
+                            border.color: parent.activeFocus ? Theme.accent : Theme.fieldBorder
                         }
                     }
                 }

@@ -38,6 +38,7 @@ QtObject {
     readonly property color text: dark ? "#E8EAED" : "#1B1D21"
     readonly property color secondaryText: dark ? "#9AA1AB" : "#5F6670"
     readonly property color separator: dark ? "#2C3036" : "#E3E6EA"
+    readonly property color fieldBorder: dark ? "#454B54" : "#C5CBD3"
     readonly property color accent: dark ? "#5B8DEF" : "#2F6FEB"
     readonly property color ownBubble: dark ? "#2E5BB8" : "#2A63D4"
     readonly property color ownText: "#FFFFFF"
