@@ -65,6 +65,8 @@ public:
     const ChatSession& session() const { return *session_; }
     // The server session while a demo runs.
     ChatSession* liveSession() { return liveSession_.get(); }
+    // The main thread's clock, shared with the views' timers.
+    Clock& clock() const { return clock_; }
 
     QString screen() const;
     bool sessionExpired() const;

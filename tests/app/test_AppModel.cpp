@@ -5,29 +5,6 @@
 namespace brevio::test {
 namespace {
 
-// Another person of the seeded organisation, signed in on their own session to write to us.
-struct Correspondent {
-    Correspondent(AppWorld& world, Role role) : Correspondent(world, world.account(role).email) {}
-    Correspondent(AppWorld& world, const QString& email)
-        : session(world.clock, *world.transport, nullptr, testClient(), SessionSettings{}) {
-        std::optional<std::expected<void, ChatError>> result;
-        session.signIn(world.url, email, QString::fromLatin1(LocalServer::demoPassword),
-                       [&](std::expected<void, ChatError> r) { result = r; });
-        world.advance(Duration::zero());
-        EXPECT_TRUE(result && result->has_value());
-    }
-    // The first conversation both sides see.
-    QString sharedWith(const ChatSession& other) const {
-        QStringList ids = session.state().conversations.keys();
-        ids.sort();
-        for (const QString& id : ids)
-            if (other.state().conversations.contains(id))
-                return id;
-        return {};
-    }
-    ChatSession session;
-};
-
 TEST(AppModelVisibleConversation, OnlyTheSelectedConversationOnScreenInAnActiveApplication) {
     AppWorld world;
     world.signIn(Role::staff);
