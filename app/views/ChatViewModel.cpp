@@ -207,7 +207,8 @@ QString ChatViewModel::replyText() const {
 }
 
 QString ChatViewModel::placeholder() const {
-    return editing_ ? QStringLiteral("Correggi il messaggio") : QStringLiteral("Scrivi un messaggio");
+    return editing_ ? QStringLiteral("Correggi il messaggio")
+                    : QStringLiteral("Scrivi un messaggio");
 }
 
 QString ChatViewModel::submitHelp() const {
@@ -230,7 +231,8 @@ bool ChatViewModel::submit() {
         QPointer<ChatViewModel> self(this);
         s->edit(conversationID_, seq, text, [self](std::expected<void, ChatError> result) {
             if (self && !result)
-                self->report(QStringLiteral("modificare il messaggio"), result.error().description());
+                self->report(QStringLiteral("modificare il messaggio"),
+                             result.error().description());
         });
         cancelComposer();
         return true;
@@ -263,9 +265,9 @@ void ChatViewModel::replyTo(const QString& rowID) {
         cancelComposer();
     replyTo_ = m->seq;
     replyIsMine_ = m->isMine;
-    replyAuthor_ = messages_.data(messages_.index(messages_.rowOf(rowID)),
-                                  MessageListModel::AuthorRole)
-                       .toString();
+    replyAuthor_ =
+        messages_.data(messages_.index(messages_.rowOf(rowID)), MessageListModel::AuthorRole)
+            .toString();
     Q_EMIT composerChanged();
 }
 
@@ -393,7 +395,7 @@ int ChatViewModel::rowOfSeq(const QString& seq) const {
 
 QStringList ChatViewModel::reactionPalette() {
     return {QStringLiteral("👍"), QStringLiteral("❤️"), QStringLiteral("😂"),
-            QStringLiteral("😮"), QStringLiteral("😢"), QStringLiteral("🙏")};
+            QStringLiteral("😮"), QStringLiteral("😢"),      QStringLiteral("🙏")};
 }
 
 void ChatViewModel::requestInfo(const QString& rowID) {
@@ -410,50 +412,50 @@ void ChatViewModel::requestInfo(const QString& rowID) {
     Q_EMIT infoChanged();
     QPointer<ChatViewModel> self(this);
     const QString conversationID = conversationID_;
-    s->receipts(conversationID, m->seq,
-                [self, attempt, conversationID](std::expected<QList<ReceiptEntry>, ChatError> r) {
-                    if (!self || self->infoAttempt_ != attempt)
-                        return;
-                    self->infoLoading_ = false;
-                    if (!r) {
-                        self->infoRows_ = {QVariantMap{
-                            {QStringLiteral("name"), QString()},
-                            {QStringLiteral("status"),
-                             QStringLiteral("Non è stato possibile leggere le conferme. ") +
-                                 r.error().description()}}};
-                        Q_EMIT self->infoChanged();
-                        return;
-                    }
-                    const ChatState& state = self->session()->state();
-                    const QDateTime now = self->app_->clock().now();
-                    const QTimeZone zone = QTimeZone::systemTimeZone();
-                    QList<ReceiptEntry> entries = *r;
-                    // Everyone else in the conversation has a line, with or without a receipt.
-                    for (const QString& id : state.otherParticipants(conversationID)) {
-                        const bool listed =
-                            std::any_of(entries.cbegin(), entries.cend(),
-                                        [&](const ReceiptEntry& e) { return e.userID == id; });
-                        if (!listed)
-                            entries.append({id, std::nullopt, std::nullopt});
-                    }
-                    const QString myID = state.me ? state.me->id : QString();
-                    for (const ReceiptEntry& e : entries) {
-                        if (e.userID == myID)
-                            continue;
-                        const QString name = state.users.value(e.userID).name;
-                        self->infoRows_.append(QVariantMap{
-                            {QStringLiteral("name"),
-                             name.isEmpty() ? QStringLiteral("Utente") : name},
-                            {QStringLiteral("status"), ChatTexts::receipt(e, now, zone)},
-                        });
-                    }
-                    if (self->infoRows_.isEmpty())
-                        self->infoRows_.append(QVariantMap{
-                            {QStringLiteral("name"), QString()},
-                            {QStringLiteral("status"),
-                             QStringLiteral("Nessun altro in questa conversazione.")}});
-                    Q_EMIT self->infoChanged();
+    s->receipts(
+        conversationID, m->seq,
+        [self, attempt, conversationID](std::expected<QList<ReceiptEntry>, ChatError> r) {
+            if (!self || self->infoAttempt_ != attempt)
+                return;
+            self->infoLoading_ = false;
+            if (!r) {
+                self->infoRows_ = {
+                    QVariantMap{{QStringLiteral("name"), QString()},
+                                {QStringLiteral("status"),
+                                 QStringLiteral("Non è stato possibile leggere le conferme. ") +
+                                     r.error().description()}}};
+                Q_EMIT self->infoChanged();
+                return;
+            }
+            const ChatState& state = self->session()->state();
+            const QDateTime now = self->app_->clock().now();
+            const QTimeZone zone = QTimeZone::systemTimeZone();
+            QList<ReceiptEntry> entries = *r;
+            // Everyone else in the conversation has a line, with or without a receipt.
+            for (const QString& id : state.otherParticipants(conversationID)) {
+                const bool listed =
+                    std::any_of(entries.cbegin(), entries.cend(),
+                                [&](const ReceiptEntry& e) { return e.userID == id; });
+                if (!listed)
+                    entries.append({id, std::nullopt, std::nullopt});
+            }
+            const QString myID = state.me ? state.me->id : QString();
+            for (const ReceiptEntry& e : entries) {
+                if (e.userID == myID)
+                    continue;
+                const QString name = state.users.value(e.userID).name;
+                self->infoRows_.append(QVariantMap{
+                    {QStringLiteral("name"), name.isEmpty() ? QStringLiteral("Utente") : name},
+                    {QStringLiteral("status"), ChatTexts::receipt(e, now, zone)},
                 });
+            }
+            if (self->infoRows_.isEmpty())
+                self->infoRows_.append(
+                    QVariantMap{{QStringLiteral("name"), QString()},
+                                {QStringLiteral("status"),
+                                 QStringLiteral("Nessun altro in questa conversazione.")}});
+            Q_EMIT self->infoChanged();
+        });
 }
 
 // ---- Search ---------------------------------------------------------------------------------

@@ -145,8 +145,8 @@ QVariant MessageListModel::data(const QModelIndex& index, int role) const {
         return QVariantMap{
             {QStringLiteral("seq"), QString::number(m.quote->seq)},
             {QStringLiteral("title"), ChatTexts::quoteTitle(row.quoteAuthor)},
-            {QStringLiteral("text"), m.quote->deleted ? QStringLiteral("messaggio eliminato")
-                                                      : m.quote->text},
+            {QStringLiteral("text"),
+             m.quote->deleted ? QStringLiteral("messaggio eliminato") : m.quote->text},
             {QStringLiteral("deleted"), m.quote->deleted},
         };
     }
@@ -342,8 +342,8 @@ QString MessageListModel::richText(const QString& text, const QString& query,
     qsizetype span = 0;
     bool inLink = false, inMark = false;
     const auto openMark = [&] {
-        html += QStringLiteral("<span style=\"background-color:") + highlight +
-                QStringLiteral("\">");
+        html +=
+            QStringLiteral("<span style=\"background-color:") + highlight + QStringLiteral("\">");
         inMark = true;
     };
     const auto closeMark = [&] {

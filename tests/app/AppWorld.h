@@ -50,7 +50,7 @@ struct FakeBadge final : Badge {
 
 class AppWorld {
 public:
-    AppWorld() {
+    explicit AppWorld(SessionSettings settings = {}) {
         LocalServer::Options options;
         options.autoReply = false;
         server = std::make_unique<LocalServer>(options, clock);
@@ -69,6 +69,7 @@ public:
                     ++demosMade;
                     return std::make_unique<DemoWorld>(clock, DemoWorld::Threading::callerThread);
                 },
+            .settings = settings,
         });
         model->openMainWindow = [this] { ++windowOpened; };
     }

@@ -56,11 +56,11 @@ TEST(ChatTexts, DaysAndReceiptsAreWrittenInTheUsersZone) {
     EXPECT_EQ(ChatTexts::day(at("2026-02-02T12:00:00Z"), now, rome), "2 febbraio");
     EXPECT_EQ(ChatTexts::day(at("2025-12-31T12:00:00Z"), now, rome), "31 dicembre 2025");
 
-    EXPECT_EQ(ChatTexts::receipt({"u", at("2026-03-14T08:00:00Z"), at("2026-03-14T08:41:00Z")},
-                                 now, rome),
+    EXPECT_EQ(ChatTexts::receipt({"u", at("2026-03-14T08:00:00Z"), at("2026-03-14T08:41:00Z")}, now,
+                                 rome),
               "Letto alle 09:41");
-    EXPECT_EQ(ChatTexts::receipt({"u", at("2026-03-13T08:00:00Z"), at("2026-03-13T08:41:00Z")},
-                                 now, rome),
+    EXPECT_EQ(ChatTexts::receipt({"u", at("2026-03-13T08:00:00Z"), at("2026-03-13T08:41:00Z")}, now,
+                                 rome),
               "Letto ieri alle 09:41");
     EXPECT_EQ(ChatTexts::receipt({"u", at("2026-03-13T08:00:00Z"), std::nullopt}, now, rome),
               "Ricevuto, non ancora letto");
@@ -71,7 +71,8 @@ TEST(ChatTexts, DaysAndReceiptsAreWrittenInTheUsersZone) {
 TEST(ChatTexts, StripsAndHints) {
     EXPECT_EQ(ChatTexts::replyStrip("Marta", false), "Risposta a Marta");
     EXPECT_EQ(ChatTexts::replyStrip("Io", true), "Rispondi a te stesso");
-    EXPECT_EQ(ChatTexts::emptyHint(true, true), "Scrivi qui: lo staff ti risponde appena possibile.");
+    EXPECT_EQ(ChatTexts::emptyHint(true, true),
+              "Scrivi qui: lo staff ti risponde appena possibile.");
     EXPECT_EQ(ChatTexts::emptyHint(false, true), "Scrivi il primo messaggio del gruppo.");
     EXPECT_EQ(ChatTexts::emptyHint(false, false), "Scrivi il primo messaggio a questo cliente.");
     EXPECT_EQ(ChatTexts::failure("troppo lungo"), "Non inviato: troppo lungo");
