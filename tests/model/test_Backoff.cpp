@@ -18,7 +18,7 @@ TEST(Backoff, DoublesFromBaseUntilTheMaximum) {
         EXPECT_DOUBLE_EQ(backoff.delay(attempt, 0.37), expected[attempt - 1]) << attempt;
 }
 
-TEST(Backoff, AttemptsOutsideTheUsualRangeStayFinite) {
+TEST(Backoff, AttemptsOutsideTheUsualRangeStayFiniteAndNonNegative) {
     const Backoff backoff{.base = 2.0, .maximum = 1e12, .jitter = 0.0};
     EXPECT_EQ(backoff.delay(0, 0.5), 2.0);
     EXPECT_EQ(backoff.delay(-5, 0.5), 2.0);
@@ -27,6 +27,13 @@ TEST(Backoff, AttemptsOutsideTheUsualRangeStayFinite) {
     EXPECT_EQ(backoff.delay(31, 0.5), 2.0 * 0x1.0p30);
     EXPECT_EQ(backoff.delay(32, 0.5), 2.0 * 0x1.0p30);
     EXPECT_EQ(backoff.delay(LLONG_MAX, 0.5), 2.0 * 0x1.0p30);
+
+    // Never negative, not even with a jitter above one or a broken base.
+    const Backoff wide{.base = 1.0, .maximum = 30.0, .jitter = 1.5};
+    EXPECT_EQ(wide.delay(1, 0.0), 0.0);
+    EXPECT_GT(wide.delay(1, 0.5), 0.0);
+    const Backoff broken{.base = NAN, .maximum = 30.0, .jitter = 0.2};
+    EXPECT_EQ(broken.delay(1, 0.5), 0.0);
 }
 
 TEST(Backoff, JitterSpreadsTheCappedValueSymmetrically) {
@@ -37,14 +44,6 @@ TEST(Backoff, JitterSpreadsTheCappedValueSymmetrically) {
     // After the cap, not before: a capped delay can pass the maximum by up to jitter × maximum.
     EXPECT_DOUBLE_EQ(backoff.delay(10, 0.0), 24.0);
     EXPECT_DOUBLE_EQ(backoff.delay(10, 0.75), 33.0);
-}
-
-TEST(Backoff, NeverNegative) {
-    const Backoff wide{.base = 1.0, .maximum = 30.0, .jitter = 1.5};
-    EXPECT_EQ(wide.delay(1, 0.0), 0.0);
-    EXPECT_GT(wide.delay(1, 0.5), 0.0);
-    const Backoff broken{.base = NAN, .maximum = 30.0, .jitter = 0.2};
-    EXPECT_EQ(broken.delay(1, 0.5), 0.0);
 }
 
 } // namespace

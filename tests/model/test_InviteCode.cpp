@@ -9,33 +9,28 @@ using namespace brevio;
 
 namespace {
 
-TEST(InviteCodeNormalise, EightCharactersBecomeTwoGroupsOfFour) {
-    EXPECT_EQ(InviteCode::normalise("abcd efgh"), "ABCD-EFGH");
-    EXPECT_EQ(InviteCode::normalise("ab-cd-ef-gh"), "ABCD-EFGH");
-    EXPECT_EQ(InviteCode::normalise(" \tAbCd\n-\u00a0eFgH\r\n"), "ABCD-EFGH");
-    EXPECT_EQ(InviteCode::normalise("ABCD-EFGH"), "ABCD-EFGH");
-    EXPECT_EQ(InviteCode::normalise("--abcdefgh--"), "ABCD-EFGH");
-    // Symbols outside the alphabet are the server's to refuse.
-    EXPECT_EQ(InviteCode::normalise("il0o1xy!"), "IL0O-1XY!");
-}
-
-TEST(InviteCodeNormalise, OtherLengthsComeBackCleanedOnly) {
-    EXPECT_EQ(InviteCode::normalise("abc"), "ABC");
-    EXPECT_EQ(InviteCode::normalise("ab-c d"), "ABCD");
-    EXPECT_EQ(InviteCode::normalise("abcdefg"), "ABCDEFG");
-    EXPECT_EQ(InviteCode::normalise("abcd-efghj"), "ABCDEFGHJ");
-    EXPECT_EQ(InviteCode::normalise(" - \n"), "");
-    EXPECT_EQ(InviteCode::normalise(""), "");
-}
-
-TEST(InviteCodeNormalise, CountsCharactersAsTheUserSeesThem) {
-    // "e" + combining acute, and an emoji outside the BMP: one character each.
-    EXPECT_EQ(InviteCode::normalise(QString::fromUtf8("abcdefge\u0301")),
-              QString::fromUtf8("ABCD-EFGE\u0301"));
-    EXPECT_EQ(InviteCode::normalise(QString::fromUtf8("abcd\U0001F600fgh")),
-              QString::fromUtf8("ABCD-\U0001F600FGH"));
-    EXPECT_EQ(InviteCode::normalise(QString::fromUtf8("abcdefg\U0001F600\U0001F600")),
-              QString::fromUtf8("ABCDEFG\U0001F600\U0001F600"));
+TEST(InviteCodeNormalise, EightCharactersBecomeTwoGroupsOfFourOtherLengthsAreOnlyCleaned) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"abcd efgh", "ABCD-EFGH"},
+        {"ab-cd-ef-gh", "ABCD-EFGH"},
+        {" \tAbCd\n-\u00a0eFgH\r\n", "ABCD-EFGH"},
+        {"ABCD-EFGH", "ABCD-EFGH"},
+        {"--abcdefgh--", "ABCD-EFGH"},
+        {"il0o1xy!", "IL0O-1XY!"}, // symbols outside the alphabet are the server's to refuse
+        {"abc", "ABC"},
+        {"ab-c d", "ABCD"},
+        {"abcdefg", "ABCDEFG"},
+        {"abcd-efghj", "ABCDEFGHJ"},
+        {" - \n", ""},
+        {"", ""},
+        // Characters as the user sees them: "e" + combining acute, an emoji outside the BMP.
+        {"abcdefge\u0301", "ABCD-EFGE\u0301"},
+        {"abcd\U0001F600fgh", "ABCD-\U0001F600FGH"},
+        {"abcdefg\U0001F600\U0001F600", "ABCDEFG\U0001F600\U0001F600"},
+    };
+    for (const auto& [typed, expected] : cases)
+        EXPECT_EQ(InviteCode::normalise(QString::fromUtf8(typed)), QString::fromUtf8(expected))
+            << typed;
 }
 
 TEST(InviteCodeGenerate, MapsEachDrawToItsSymbolInCanonicalForm) {

@@ -188,7 +188,7 @@ TEST(RecordJsonTest, ReadingDefaultsApplyToMissingAndNullKeys) {
               "C");
 }
 
-TEST(RecordJsonTest, MissingRequiredKeysFailNamingTheKey) {
+TEST(RecordJsonTest, MissingKeysWrongTypesAndUnknownValuesFailNamingTheKey) {
     EXPECT_EQ(errorOf<ChatMessage>(R"({"id":"m","clientID":"c","conversationID":"k","seq":5,
                                        "authorID":"a"})"),
               "Chiave mancante: \"sentAt\" in ChatMessage");
@@ -210,9 +210,8 @@ TEST(RecordJsonTest, MissingRequiredKeysFailNamingTheKey) {
                                         "lastMessage":{"id":"m"}})"),
               "Chiave mancante: \"clientID\" in ChatMessage");
     EXPECT_EQ(errorOf<User>("[]"), "Atteso un oggetto JSON per User");
-}
 
-TEST(RecordJsonTest, WrongTypesAndUnknownValuesFail) {
+    // Wrong types and unknown values.
     EXPECT_EQ(errorOf<User>(R"({"id":"u","name":"N","role":"Staff"})"),
               "Valore sconosciuto per \"role\": Staff");
     EXPECT_EQ(errorOf<Conversation>(R"({"id":"d","title":"T","lastSeq":1,"kind":"channel"})"),

@@ -13,25 +13,25 @@ QString normalised(const QString& typed) {
     return url ? url->toString(QUrl::FullyEncoded) : QStringLiteral("invalid");
 }
 
-TEST(ServerAddressNormalise, FillsInSchemeAndDefaultPath) {
-    EXPECT_EQ(normalised("  chat.example.com \n"), "wss://chat.example.com/ws");
-    EXPECT_EQ(normalised("\tchat.example.com:8443\r\n"), "wss://chat.example.com:8443/ws");
-    EXPECT_EQ(normalised("127.0.0.1:9000"), "wss://127.0.0.1:9000/ws");
-    EXPECT_EQ(normalised("[::1]:9000"), "wss://[::1]:9000/ws");
-    EXPECT_EQ(normalised("http://chat.example.com"), "ws://chat.example.com/ws");
-    EXPECT_EQ(normalised("HTTPS://chat.example.com/"), "wss://chat.example.com/ws");
-    EXPECT_EQ(normalised("Ws://localhost:8080"), "ws://localhost:8080/ws");
-    EXPECT_EQ(normalised("wss://chat.example.com/ws"), "wss://chat.example.com/ws");
-}
-
-TEST(ServerAddressNormalise, KeepsWhatWasTyped) {
-    EXPECT_EQ(normalised("wss://chat.example.com/brevio/socket"),
-              "wss://chat.example.com/brevio/socket");
-    EXPECT_EQ(normalised("wss://chat.example.com/ws/"), "wss://chat.example.com/ws/");
-    EXPECT_EQ(normalised("https://chat.example.com//"), "wss://chat.example.com//");
-    EXPECT_EQ(normalised("ws://ops@chat.example.com:81?tenant=7#top"),
-              "ws://ops@chat.example.com:81/ws?tenant=7#top");
-    EXPECT_EQ(normalised("wss://chat.example.com/a%20b"), "wss://chat.example.com/a%20b");
+TEST(ServerAddressNormalise, FillsInSchemeAndDefaultPathAndKeepsWhatWasTyped) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"  chat.example.com \n", "wss://chat.example.com/ws"},
+        {"\tchat.example.com:8443\r\n", "wss://chat.example.com:8443/ws"},
+        {"127.0.0.1:9000", "wss://127.0.0.1:9000/ws"},
+        {"[::1]:9000", "wss://[::1]:9000/ws"},
+        {"http://chat.example.com", "ws://chat.example.com/ws"},
+        {"HTTPS://chat.example.com/", "wss://chat.example.com/ws"},
+        {"Ws://localhost:8080", "ws://localhost:8080/ws"},
+        {"wss://chat.example.com/ws", "wss://chat.example.com/ws"},
+        {"wss://chat.example.com/brevio/socket", "wss://chat.example.com/brevio/socket"},
+        {"wss://chat.example.com/ws/", "wss://chat.example.com/ws/"},
+        {"https://chat.example.com//", "wss://chat.example.com//"},
+        {"ws://ops@chat.example.com:81?tenant=7#top",
+         "ws://ops@chat.example.com:81/ws?tenant=7#top"},
+        {"wss://chat.example.com/a%20b", "wss://chat.example.com/a%20b"},
+    };
+    for (const auto& [typed, expected] : cases)
+        EXPECT_EQ(normalised(QString::fromUtf8(typed)), QString::fromUtf8(expected)) << typed;
 }
 
 TEST(ServerAddressNormalise, RefusesWhatCannotBeAServer) {

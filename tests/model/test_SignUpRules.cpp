@@ -12,14 +12,11 @@ QString addressOfLength(int length, const QString& filler = QStringLiteral("a"))
     return filler.repeated(length - domain.size()) + domain;
 }
 
-TEST(SignUpRulesEmail, AcceptsOneLocalPartAnAtAndADottedDomain) {
-    EXPECT_TRUE(SignUpRules::isValidEmail("a@b.c"));
-    EXPECT_TRUE(SignUpRules::isValidEmail("giulia.bianchi+lavoro@studio-rossi.example.it"));
-    EXPECT_TRUE(SignUpRules::isValidEmail("a@b..c")); // the rule is deliberately loose
-    EXPECT_TRUE(SignUpRules::isValidEmail(QString::fromUtf8("perché@società.it")));
-}
-
-TEST(SignUpRulesEmail, RefusesMalformedAddresses) {
+TEST(SignUpRulesEmail, AcceptsOneLocalPartAnAtAndADottedDomainAndNothingElse) {
+    // The rule is deliberately loose: "a@b..c" passes.
+    for (const char* text :
+         {"a@b.c", "giulia.bianchi+lavoro@studio-rossi.example.it", "a@b..c", "perché@società.it"})
+        EXPECT_TRUE(SignUpRules::isValidEmail(QString::fromUtf8(text))) << text;
     for (const char* text : {"", "a", "a@b", "a@localhost", "@b.c", "a@.c", "a@b.", "a@@b.c",
                              "a@b@c.d", "a b@c.d", "a@b.c d", " a@b.c", "a@b.c ", "a@b.c\n",
                              "\na@b.c", "a\t@b.c", "a\u00a0b@c.d", "a@b\u2003.c", "mario.rossi"}) {

@@ -41,9 +41,8 @@ TEST(SystemRandomUniform, RejectsTheSurplusBelowTwoToThe32ModBound) {
     Script even{{0, 7}};
     EXPECT_EQ(SystemRandom::uniform(8, even.source()), 0u);
     EXPECT_EQ(even.taken, 1);
-}
 
-TEST(SystemRandomUniform, TrivialBoundsNeedNoDraw) {
+    // Bounds of one and zero need no draw at all.
     Script none;
     EXPECT_EQ(SystemRandom::uniform(1, none.source()), 0u);
     EXPECT_EQ(SystemRandom::uniform(0, none.source()), 0u);
