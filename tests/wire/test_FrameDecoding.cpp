@@ -22,7 +22,7 @@ QString clientError(std::string_view text) {
 
 } // namespace
 
-TEST(FrameDecodingTest, UnknownTypesDifferByDirection) {
+TEST(FrameDecodingTest, TypeMustBeAStringAndUnknownTypesDifferByDirection) {
     const auto poll = wire::decodeServerFrame(R"({"type":"poll","question":"?","options":[1,2]})");
     ASSERT_TRUE(poll.ok());
     EXPECT_EQ(*poll.value, ServerFrame::unknown("poll"));
@@ -44,9 +44,8 @@ TEST(FrameDecodingTest, UnknownTypesDifferByDirection) {
     // "remove" is only this code's name for the case; on the wire it is "delete".
     EXPECT_EQ(clientError(R"({"type":"remove","id":"r","conversationID":"c","seq":1})"),
               "Tipo sconosciuto: remove");
-}
 
-TEST(FrameDecodingTest, TypeMustBeAString) {
+    // The type itself must be a string.
     EXPECT_EQ(serverError(R"({"code":"forbidden"})"), "Chiave mancante: \"type\" in frame");
     EXPECT_EQ(serverError(R"({"type":null})"), "Chiave mancante: \"type\" in frame");
     EXPECT_EQ(serverError(R"({"type":7})"), "Tipo errato per \"type\": atteso una stringa");
@@ -54,7 +53,7 @@ TEST(FrameDecodingTest, TypeMustBeAString) {
     EXPECT_EQ(clientError(R"({})"), "Chiave mancante: \"type\" in frame");
 }
 
-TEST(FrameDecodingTest, OptionalFieldsReadAsAbsentWhenMissingOrNull) {
+TEST(FrameDecodingTest, OptionalFieldsReadAsAbsentWhenMissingOrNullAndLayoutIsFree) {
     const auto error = wire::decodeServerFrame(R"({"type":"error","code":"session_expired"})");
     ASSERT_TRUE(error.ok()) << error.error.toStdString();
     EXPECT_EQ(*error.value->as<ServerError>(),
@@ -75,6 +74,11 @@ TEST(FrameDecodingTest, OptionalFieldsReadAsAbsentWhenMissingOrNull) {
         " {\n \"seq\" : 4 ,\t\"conversationID\":\"c\", \"type\" : \"read\" }\r\n");
     ASSERT_TRUE(spaced.ok());
     EXPECT_EQ(*spaced.value, ClientFrame::read({"c", 4}));
+    // A duplicate key keeps its last value.
+    const auto duplicate = wire::decodeClientFrame(
+        R"({"type":"read","conversationID":"a","conversationID":"b","seq":1})");
+    ASSERT_TRUE(duplicate.ok());
+    EXPECT_EQ(duplicate.value->as<ReadRequest>()->conversationID, "b");
 }
 
 TEST(FrameDecodingTest, MissingOrWrongFieldsNameTheKey) {
@@ -138,13 +142,6 @@ TEST(FrameDecodingTest, MalformedInputIsRefusedNotCrashedOn) {
     EXPECT_TRUE(serverError("{\"type\":").startsWith("JSON non valido"));
     // After all that, this thread's decoder still works.
     EXPECT_TRUE(wire::decodeClientFrame(R"({"type":"logout"})").ok());
-}
-
-TEST(FrameDecodingTest, DuplicateKeysKeepTheLastValue) {
-    const auto decoded = wire::decodeClientFrame(
-        R"({"type":"read","conversationID":"a","conversationID":"b","seq":1})");
-    ASSERT_TRUE(decoded.ok());
-    EXPECT_EQ(decoded.value->as<ReadRequest>()->conversationID, "b");
 }
 
 TEST(FrameDecodingTest, LargeWelcomeDecodesAfterSmallFrames) {

@@ -45,6 +45,9 @@ TEST(FramesTest, EveryServerFrameRoundTrips) {
         const auto decoded = wire::decodeServerFrame(text);
         ASSERT_TRUE(decoded.ok()) << text << "\n" << decoded.error.toStdString();
         EXPECT_EQ(*decoded.value, frame) << text;
+        if (frame.type != ServerFrame::Type::unknown) {
+            EXPECT_EQ(typeOf(text), typeName(frame.type).toStdString());
+        }
         seen.insert(frame.type);
     }
     EXPECT_EQ(seen.size(), 19u);
@@ -56,7 +59,6 @@ TEST(FramesTest, TypeStringsAreTheCaseNames) {
     EXPECT_EQ(typeName(ClientFrame::Type::logout), "logout");
     EXPECT_EQ(typeName(ServerFrame::Type::messageUpdated), "messageUpdated");
     EXPECT_EQ(typeName(ServerFrame::Type::conversationRemoved), "conversationRemoved");
-    EXPECT_EQ(typeOf(wire::encode(ClientFrame::remove({"r", "c", 1}))), "delete");
     EXPECT_EQ(typeOf(wire::encode(ServerFrame::invite({"r", {}}))), "invite");
     // The unknown frame carries its own word and writes it back.
     EXPECT_EQ(typeOf(wire::encode(ServerFrame::unknown("poll"))), "poll");
@@ -89,7 +91,7 @@ TEST(FramesTest, LayoutIsFlatWithOptionalKeysLeftOut) {
     EXPECT_EQ(ack.at("message").at("seq"), js::value(2));
 }
 
-TEST(FramesTest, SharedPayloadsAreToldApartByTypeOnly) {
+TEST(FramesTest, FramesCompareAndHashByValueAndSharedPayloadsByType) {
     const std::string delivered = wire::encode(ClientFrame::delivered({"conv", 7}));
     const std::string read = wire::encode(ClientFrame::read({"conv", 7}));
     EXPECT_EQ(keysOf(delivered), keysOf(read));
@@ -106,6 +108,19 @@ TEST(FramesTest, SharedPayloadsAreToldApartByTypeOnly) {
     EXPECT_EQ(serverDelivered.value->type, ServerFrame::Type::delivered);
     EXPECT_EQ(*serverRead.value->as<ReadEvent>(), *serverDelivered.value->as<ReadEvent>());
     EXPECT_NE(qHash(*serverRead.value, 0), qHash(*serverDelivered.value, 0));
+
+    QSet<ServerFrame> server;
+    for (const ServerFrame& f : samples::serverFrames())
+        server.insert(f);
+    for (const ServerFrame& f : samples::serverFrames())
+        server.insert(f); // equal copies collapse
+    EXPECT_EQ(server.size(), qsizetype(samples::serverFrames().size()));
+    // A field deep inside a welcome changes the hash.
+    ServerFrame a = samples::serverFrames().front();
+    ServerFrame b = a;
+    std::get<Welcome>(b.payload).conversations[1].lastMessage->reactions[0].userIDs.append("u-9");
+    EXPECT_NE(qHash(a, 0), qHash(b, 0));
+    EXPECT_NE(a, b);
 }
 
 TEST(FramesTest, RequestIDsAndReplyTargets) {
@@ -126,21 +141,6 @@ TEST(FramesTest, RequestIDsAndReplyTargets) {
     EXPECT_EQ(ServerFrame::unknown("ack").replyTo(), std::nullopt);
 }
 
-TEST(FramesTest, FramesHashByValue) {
-    QSet<ServerFrame> server;
-    for (const ServerFrame& f : samples::serverFrames())
-        server.insert(f);
-    for (const ServerFrame& f : samples::serverFrames())
-        server.insert(f); // equal copies collapse
-    EXPECT_EQ(server.size(), qsizetype(samples::serverFrames().size()));
-    // A field deep inside a welcome changes the hash.
-    ServerFrame a = samples::serverFrames().front();
-    ServerFrame b = a;
-    std::get<Welcome>(b.payload).conversations[1].lastMessage->reactions[0].userIDs.append("u-9");
-    EXPECT_NE(qHash(a, 0), qHash(b, 0));
-    EXPECT_NE(a, b);
-}
-
 TEST(ClientInfoTest, BuildNumberIsADecimalIntegerOrZero) {
     EXPECT_EQ(ClientInfo::parseBuild(u"512"), 512);
     EXPECT_EQ(ClientInfo::parseBuild(u"+42"), 42);
@@ -156,7 +156,6 @@ TEST(ClientInfoTest, BuildNumberIsADecimalIntegerOrZero) {
 TEST(ClientInfoTest, CurrentDescribesThisBuild) {
     const ClientInfo info = ClientInfo::current();
     EXPECT_EQ(info.protocolVersion, 3);
-    EXPECT_FALSE(info.version.isEmpty());
     EXPECT_EQ(info.version, QString::fromUtf8(build::version));
     EXPECT_EQ(info.build, ClientInfo::parseBuild(QString::fromUtf8(build::buildNumber)));
     EXPECT_FALSE(info.device.trimmed().isEmpty());
