@@ -124,7 +124,7 @@ TEST(ChatStateHistory, PageMovesSummary) {
     EXPECT_EQ(s.conversations["g"].lastMessage->revision, 3);
 }
 
-TEST(ChatStateChanges, UpdatesLoadedAndAppendsWhatFollows) {
+TEST(ChatStateChanges, UpdatesLoadedAppendsWhatFollowsAndReportsAHole) {
     ChatState s = signedInState();
     s.mergeHistory("d", range("d", 1, 5), false, true);
     s.appendPending(pendingMessage("p1", "d"));
@@ -141,10 +141,9 @@ TEST(ChatStateChanges, UpdatesLoadedAndAppendsWhatFollows) {
     EXPECT_EQ(s.revisions.value("d"), 10);
     EXPECT_EQ(s.conversations["d"].revision, 10);
     EXPECT_EQ(s.conversations["d"].lastSeq, 7);
-}
 
-TEST(ChatStateChanges, NewMessagesAfterAHoleAreReportedNotStored) {
-    ChatState s = signedInState();
+    // New messages after a hole are reported, not stored.
+    s = signedInState();
     s.mergeHistory("d", range("d", 1, 5), false, true);
     EXPECT_EQ(s.mergeChanges("d", {message("d", 8, "ann", 3), message("d", 9, "ann", 4)}, 4),
               std::optional<qint64>(5));

@@ -63,7 +63,7 @@ QList<QDateTime> dayStarts(const QList<TimelineEntry>& entries) {
     return out;
 }
 
-TEST(Timeline, GroupingThresholdIsThreeHundredSeconds) {
+TEST(Timeline, GroupingThresholdIsThreeHundredSecondsLookingForwardOnly) {
     const QDateTime t = utc(2025, 3, 14, 10, 0);
     ChatState s = withMessages({{"ann", t}, {"ann", t.addSecs(299)}, {"ann", t.addSecs(599)}});
     QList<TimelineMessage> rows = rowsOf(s.timeline("d", std::nullopt, t, rome));
@@ -84,17 +84,14 @@ TEST(Timeline, GroupingThresholdIsThreeHundredSeconds) {
     EXPECT_TRUE(rows[2].isMine);
     EXPECT_FALSE(rows[1].isMine);
     EXPECT_EQ(rows[1].delivery, Delivery::sent());
-}
 
-TEST(Timeline, ARowDatedBeforeItsPredecessorStillJoinsIt) {
     // Seq order and date order can disagree: a skewed clock, or an outbox entry written before
     // the last accepted message arrived. Joining looks forward only; the author line looks at
     // the distance either way.
-    const QDateTime t = utc(2025, 3, 14, 10, 0);
-    ChatState s = withMessages({{"ann", t}, {"ann", t.addSecs(-600)}, {"me", t.addSecs(120)}});
+    s = withMessages({{"ann", t}, {"ann", t.addSecs(-600)}, {"me", t.addSecs(120)}});
     s.appendPending(pendingMessage("p1", "d"));
     s.outbox[0].createdAt = t.addSecs(-300);
-    const QList<TimelineMessage> rows = rowsOf(s.timeline("d", std::nullopt, t, rome));
+    rows = rowsOf(s.timeline("d", std::nullopt, t, rome));
     ASSERT_EQ(rows.size(), 4);
     EXPECT_TRUE(rows[0].continues);
     EXPECT_TRUE(rows[1].showsAuthor); // ten minutes apart
@@ -102,7 +99,7 @@ TEST(Timeline, ARowDatedBeforeItsPredecessorStillJoinsIt) {
     EXPECT_TRUE(rows[2].continues);   // into the outbox entry dated seven minutes earlier
 }
 
-TEST(Timeline, MidnightDependsOnTheTimeZone) {
+TEST(Timeline, MidnightDependsOnTheTimeZoneAndItsDaylightSavingChanges) {
     // 23:59:30 and 00:00:30 in Rome; late afternoon in New York; morning of one day in Tokyo.
     const QDateTime a = utc(2025, 1, 15, 22, 59, 30);
     ChatState s = withMessages({{"ann", a}, {"ann", a.addSecs(60)}});
@@ -127,14 +124,12 @@ TEST(Timeline, MidnightDependsOnTheTimeZone) {
     const QList<TimelineEntry> inTokyo = s.timeline("d", std::nullopt, a, tokyo);
     EXPECT_EQ(shape(inTokyo), "D 1 2");
     EXPECT_EQ(dayStarts(inTokyo), QList<QDateTime>{utc(2025, 1, 15, 15, 0)});
-}
 
-TEST(Timeline, DaysAcrossDaylightSavingChanges) {
     // Rome springs forward on 30 March 2025: that day lasts 23 hours.
-    ChatState s = withMessages({{"ann", utc(2025, 3, 29, 22, 30)},  // 29th 23:30 CET
-                                {"ann", utc(2025, 3, 29, 23, 10)},  // 30th 00:10 CET
-                                {"ann", utc(2025, 3, 30, 21, 59)},  // 30th 23:59 CEST
-                                {"ann", utc(2025, 3, 30, 22, 1)}}); // 31st 00:01 CEST
+    s = withMessages({{"ann", utc(2025, 3, 29, 22, 30)},  // 29th 23:30 CET
+                      {"ann", utc(2025, 3, 29, 23, 10)},  // 30th 00:10 CET
+                      {"ann", utc(2025, 3, 30, 21, 59)},  // 30th 23:59 CEST
+                      {"ann", utc(2025, 3, 30, 22, 1)}}); // 31st 00:01 CEST
     QList<TimelineEntry> entries = s.timeline("d", std::nullopt, utc(2025, 4, 1, 0, 0), rome);
     EXPECT_EQ(shape(entries), "D 1 D 2 3 D 4");
     EXPECT_EQ(dayStarts(entries),
@@ -249,7 +244,7 @@ TEST(Timeline, ChangeWindowAndCopiedFields) {
     EXPECT_EQ(rows[3].clientID, edited.clientID);
 }
 
-TEST(Timeline, OutboxReplyQuotesTheLoadedMessage) {
+TEST(Timeline, OutboxRowsQuoteTheLoadedMessageAndStandAlone) {
     const QDateTime t = utc(2025, 3, 14, 10, 0);
     ChatState s = withMessages({{"ann", t}});
     PendingMessage reply = pendingMessage("p1", "d");
@@ -265,6 +260,13 @@ TEST(Timeline, OutboxReplyQuotesTheLoadedMessage) {
     EXPECT_EQ(rows[1].date, reply.createdAt);
     EXPECT_EQ(rows[1].seq, 0);
     EXPECT_EQ(rows[2].quote, std::nullopt);
+
+    // Empty conversations have no rows; an outbox alone still gets its day.
+    s = signedInState();
+    EXPECT_TRUE(s.timeline("d", std::nullopt, base(), rome).isEmpty());
+    EXPECT_TRUE(s.timeline("x", std::nullopt, base(), rome).isEmpty());
+    s.appendPending(pendingMessage("p1", "d"));
+    EXPECT_EQ(shape(s.timeline("d", 0, base(), rome)), "D o");
 }
 
 TEST(Timeline, IdentitiesAreDistinctAndStable) {
@@ -282,14 +284,6 @@ TEST(Timeline, IdentitiesAreDistinctAndStable) {
                                 "msg:m-d-2", "day:2025-03-15/2", "msg:m-d-3", "out:p1"}));
     EXPECT_EQ(QSet<QString>(ids.cbegin(), ids.cend()).size(), ids.size());
     EXPECT_EQ(entries, s.timeline("d", 0, d2, rome));
-}
-
-TEST(Timeline, EmptyAndOutboxOnlyConversations) {
-    ChatState s = signedInState();
-    EXPECT_TRUE(s.timeline("d", std::nullopt, base(), rome).isEmpty());
-    EXPECT_TRUE(s.timeline("x", std::nullopt, base(), rome).isEmpty());
-    s.appendPending(pendingMessage("p1", "d"));
-    EXPECT_EQ(shape(s.timeline("d", 0, base(), rome)), "D o");
 }
 
 } // namespace
