@@ -6,6 +6,7 @@
 #include "shell/Preferences.h"
 #include "shell/StartupProbe.h"
 #include "shell/WindowWatcher.h"
+#include "shell/platform/ColorSchemeWatcher.h"
 #include "shell/platform/LauncherBadge.h"
 #include "shell/platform/Notifier.h"
 #include "shell/platform/SleepWatcher.h"
@@ -121,6 +122,13 @@ int main(int argc, char** argv) {
         model.startDemo(*options->demoAsStaff);
     else
         model.session().restore();
+
+    // The desktop's colour scheme is asked for now and answers while the engine loads, usually
+    // before the first frame; nothing waits for it. Until then the palette decides.
+    ColorSchemeWatcher colorScheme(QDBusConnection::sessionBus(), &AppModel::paletteIsDark);
+    QObject::connect(&colorScheme, &ColorSchemeWatcher::darkChanged, &model,
+                     &AppModel::setDesktopDark);
+    colorScheme.start();
 
     QQmlApplicationEngine engine;
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));

@@ -1,6 +1,7 @@
 #include "shell/AppModel.h"
 
 #include "shell/AppConfig.h"
+#include "shell/AppTheme.h"
 #include "shell/Preferences.h"
 
 #include "model/MessageRules.h"
@@ -17,7 +18,10 @@ namespace brevio {
 AppModel::AppModel(AppParts parts, QObject* parent)
     : QObject(parent), clock_(parts.clock), transport_(parts.transport), store_(parts.store),
       clientInfo_(std::move(parts.clientInfo)), notifications_(parts.notifications),
-      badge_(parts.badge), makeDemo_(std::move(parts.makeDemo)), settings_(parts.settings) {
+      badge_(parts.badge), makeDemo_(std::move(parts.makeDemo)), settings_(parts.settings),
+      appTheme_(toString(appThemeFrom(preference(QStringLiteral("appTheme")).toString())
+                             .value_or(AppTheme::system))),
+      desktopDark_(paletteIsDark()) {
     session_ = makeSession(transport_, store_, false);
     wire(*session_);
 
@@ -65,6 +69,7 @@ void AppModel::wire(ChatSession& session) {
     connect(&session, &ChatSession::signOutReasonChanged, this, &AppModel::sessionStateChanged);
     connect(&session, &ChatSession::stateChanged, this, &AppModel::sessionStateChanged);
     connect(&session, &ChatSession::statusChanged, this, &AppModel::statusChanged);
+    connect(&session, &ChatSession::serverChanged, this, &AppModel::serverOriginChanged);
 }
 
 void AppModel::unwire(ChatSession& session) {
@@ -148,11 +153,32 @@ bool AppModel::prefersDark(const QString& stored, bool desktopIsDark) {
     return desktopIsDark;
 }
 
-bool AppModel::darkTheme() const {
+bool AppModel::paletteIsDark() {
     const QPalette palette = QGuiApplication::palette();
-    const bool desktopIsDark = palette.color(QPalette::Window).lightness() <
-                               palette.color(QPalette::WindowText).lightness();
-    return prefersDark(preference(QStringLiteral("appTheme")).toString(), desktopIsDark);
+    return palette.color(QPalette::Window).lightness() <
+           palette.color(QPalette::WindowText).lightness();
+}
+
+void AppModel::setAppTheme(const QString& theme) {
+    if (!appThemeFrom(theme) || theme == appTheme_)
+        return;
+    appTheme_ = theme;
+    preferences().setValue(QStringLiteral("appTheme"), theme);
+    Q_EMIT themeChanged();
+}
+
+void AppModel::setDesktopDark(bool dark) {
+    if (dark == desktopDark_)
+        return;
+    const bool wasDark = darkTheme();
+    desktopDark_ = dark;
+    if (darkTheme() != wasDark)
+        Q_EMIT themeChanged();
+}
+
+QString AppModel::serverOrigin() const {
+    const auto& server = session_->server();
+    return server ? server->toString() : QString();
 }
 
 QString AppModel::badgeText(qint64 unread) {
@@ -331,6 +357,7 @@ void AppModel::showSession(std::unique_ptr<ChatSession> session) {
     session_ = std::move(session);
     wire(*session_);
     Q_EMIT sessionReplaced();
+    Q_EMIT serverOriginChanged();
     Q_EMIT selectionChanged();
     sessionStateChanged();
     Q_EMIT statusChanged();

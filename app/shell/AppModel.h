@@ -44,7 +44,12 @@ class AppModel : public QObject {
     Q_PROPERTY(bool sessionExpired READ sessionExpired NOTIFY screenChanged)
     Q_PROPERTY(bool isDemo READ isDemo NOTIFY sessionReplaced)
     Q_PROPERTY(QString version READ version CONSTANT)
-    Q_PROPERTY(bool darkTheme READ darkTheme CONSTANT)
+    // The screens use the dark palette; follows the stored choice and the desktop live.
+    Q_PROPERTY(bool darkTheme READ darkTheme NOTIFY themeChanged)
+    // The stored choice: "system", "light" or "dark".
+    Q_PROPERTY(QString appTheme READ appTheme WRITE setAppTheme NOTIFY themeChanged)
+    // The session's server address, against which avatars resolve photos that are server paths.
+    Q_PROPERTY(QString serverOrigin READ serverOrigin NOTIFY serverOriginChanged)
     Q_PROPERTY(QString upgradeText READ upgradeText CONSTANT)
     Q_PROPERTY(QString userName READ userName NOTIFY stateChanged)
     Q_PROPERTY(QString organization READ organization NOTIFY stateChanged)
@@ -121,9 +126,19 @@ public:
     Q_INVOKABLE void openSettings() { Q_EMIT settingsRequested(); }
 
     // Whether the screens use the dark palette: the "appTheme" preference ("light", "dark"),
-    // otherwise the desktop's own palette.
-    bool darkTheme() const;
+    // otherwise what the desktop wants.
+    bool darkTheme() const { return prefersDark(appTheme_, desktopDark_); }
     static bool prefersDark(const QString& stored, bool desktopIsDark);
+    QString appTheme() const { return appTheme_; }
+    // Stores the choice; a text that names no theme is ignored.
+    void setAppTheme(const QString& theme);
+    // What the desktop wants (its colour scheme, or its palette); the palette's at start.
+    void setDesktopDark(bool dark);
+    bool desktopDark() const { return desktopDark_; }
+    // Whether the application palette's window is darker than its text.
+    static bool paletteIsDark();
+
+    QString serverOrigin() const;
 
     // The launcher badge's text for an unread total: nothing for 0.
     static QString badgeText(qint64 unread);
@@ -138,6 +153,8 @@ Q_SIGNALS:
     // A demo could not be started (its sign-in failed): the text to show.
     void demoFailed(const QString& message);
     void settingsRequested();
+    void themeChanged();
+    void serverOriginChanged();
 
 private:
     std::unique_ptr<ChatSession> makeSession(ChatTransport& transport, SessionStore* store,
@@ -176,6 +193,8 @@ private:
     bool windowMinimised_ = false;
     quint64 demoAttempt_ = 0;
     QString lastScreen_;
+    QString appTheme_;
+    bool desktopDark_ = false;
 };
 
 } // namespace brevio

@@ -31,7 +31,12 @@ ApplicationWindow {
     palette.dark: Theme.separator
     palette.link: Theme.accent
 
-    Component.onCompleted: Theme.dark = app ? app.darkTheme : false
+    // Restyles live when the desktop's scheme or the stored choice changes.
+    Binding {
+        target: Theme
+        property: "dark"
+        value: window.app ? window.app.darkTheme : false
+    }
 
     RootView {
         anchors.fill: parent
