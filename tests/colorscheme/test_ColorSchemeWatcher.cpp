@@ -2,10 +2,12 @@
 #include "shell/platform/ColorSchemeWatcher.h"
 #include "support/EventLoopWait.h"
 
+#include <QCoreApplication>
 #include <QDBusConnectionInterface>
 #include <QDBusContext>
 #include <QDBusMessage>
 #include <QDBusVariant>
+#include <QEvent>
 #include <QStringList>
 #include <gtest/gtest.h>
 #include <optional>
@@ -118,9 +120,10 @@ TEST(ColorSchemeWatcherTest, WithoutAPortalThePaletteDecidesQuietly) {
     ASSERT_TRUE(waitUntil([&] { return watcher.isSettled(); }));
     EXPECT_TRUE(watcher.isDark());
     EXPECT_FALSE(watcher.followsPortal());
-    // The palette turns light.
+    // The palette turns light: the application says so.
     paletteDark = false;
-    watcher.refreshFallback();
+    QEvent paletteChange(QEvent::ApplicationPaletteChange);
+    QCoreApplication::sendEvent(QCoreApplication::instance(), &paletteChange);
     EXPECT_FALSE(watcher.isDark());
     EXPECT_EQ(changes.seen, QList<bool>{false});
     EXPECT_TRUE(WarningRecorder::warnings.isEmpty())

@@ -1,5 +1,8 @@
 #include "shell/platform/ColorSchemeWatcher.h"
 
+#include <QCoreApplication>
+#include <QEvent>
+
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -57,6 +60,8 @@ void ColorSchemeWatcher::start() {
     if (started_)
         return;
     started_ = true;
+    if (QCoreApplication* app = QCoreApplication::instance())
+        app->installEventFilter(this);
     if (!bus_.isConnected()) {
         // Said later, like any answer.
         QMetaObject::invokeMethod(this, &ColorSchemeWatcher::settle, Qt::QueuedConnection);
@@ -80,6 +85,13 @@ void ColorSchemeWatcher::start() {
                     update(darkFromPortal(reply.arguments().constFirst()), fallbackDark_);
                 settle();
             });
+}
+
+bool ColorSchemeWatcher::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == QCoreApplication::instance() &&
+        event->type() == QEvent::ApplicationPaletteChange)
+        refreshFallback();
+    return QObject::eventFilter(watched, event);
 }
 
 void ColorSchemeWatcher::refreshFallback() {

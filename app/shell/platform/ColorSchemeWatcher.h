@@ -30,7 +30,8 @@ public:
 
     // Asks the portal; the answer comes later. Once only.
     void start();
-    // Asks `fallback` again (the palette changed).
+    // Asks `fallback` again (the palette changed). Done by itself when the application's palette
+    // changes.
     void refreshFallback();
 
 Q_SIGNALS:
@@ -40,6 +41,9 @@ Q_SIGNALS:
 
 private Q_SLOTS:
     void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void update(std::optional<bool> portal, bool fallbackDark);
