@@ -38,10 +38,12 @@ public:
         EXPECT_TRUE(out.result && out.result->has_value()) << email.toStdString();
         return session;
     }
-    ChatSession& make() {
+    // A session with its own in-memory store, on the in-process transport unless told otherwise.
+    ChatSession& make(ChatTransport* over = nullptr) {
         stores.push_back(std::make_unique<MemoryStore>(clock));
-        sessions.push_back(std::make_unique<ChatSession>(clock, *transport, stores.back().get(),
-                                                         testClient(), SessionSettings{}));
+        sessions.push_back(std::make_unique<ChatSession>(clock, over ? *over : *transport,
+                                                         stores.back().get(), testClient(),
+                                                         SessionSettings{}));
         events.emplace_back();
         auto* sink = &events.back();
         sessions.back()->setOnEvent([sink](const SessionEvent& e) { sink->push_back(e); });

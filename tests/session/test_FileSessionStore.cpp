@@ -43,10 +43,26 @@ ChatState sampleState(const QDateTime& now) {
     return state;
 }
 
+// A temporary folder, and a scripted server that welcomes every sign-in and resume with `welcome`.
 class FileSessionStoreTest : public ::testing::Test {
 protected:
-    QTemporaryDir root;
+    FileSessionStoreTest() {
+        transport.script = [this](FakeConnection& c, const ClientFrame& frame) {
+            if (frame.type == ClientFrame::Type::login || frame.type == ClientFrame::Type::resume)
+                c.push(ServerFrame::welcome(welcome));
+        };
+    }
     QString dir() const { return root.path() + "/dati/Brevio"; }
+    void signIn(ChatSession& session) {
+        bool done = false;
+        session.signIn(serverURL, "x@y.it", "password1", [&](auto r) { done = r.has_value(); });
+        ASSERT_TRUE(waitUntil([&] { return done; }));
+    }
+
+    QTemporaryDir root;
+    ManualClock clock;
+    FakeTransport transport;
+    Welcome welcome = sampleWelcome();
 };
 
 TEST_F(FileSessionStoreTest, FileNamesUseTheSafeUserID) {
@@ -197,31 +213,16 @@ TEST_F(FileSessionStoreTest, AnAsynchronousLoadAnswersLaterOnTheCallersThread) {
 
 // Sessions on one machine share the folder; a user's sign-out touches only that user's file.
 TEST_F(FileSessionStoreTest, TwoUsersKeepTwoFilesAndSigningOutOneRemovesOnlyItsOwn) {
-    ManualClock clock;
     FileSessionStore store(dir());
-    FakeTransport transport;
-    Welcome first = sampleWelcome();
-    Welcome second = sampleWelcome();
-    second.me.id = "u-client1";
-    second.me.role = Role::client;
-    second.token = "token-2";
-    const ClientInfo client = testClient();
-
-    auto signIn = [&](ChatSession& session, const Welcome& welcome) {
-        transport.script = [welcome](FakeConnection& c, const ClientFrame& frame) {
-            if (frame.type == ClientFrame::Type::login || frame.type == ClientFrame::Type::resume)
-                c.push(ServerFrame::welcome(welcome));
-        };
-        bool done = false;
-        session.signIn(serverURL, "x@y.it", "password1", [&](auto r) { done = r.has_value(); });
-        ASSERT_TRUE(waitUntil([&] { return done; }));
-        clock.advance(2s); // the save after the attach
-        store.flush();
-    };
-    ChatSession a(clock, transport, &store, client);
-    ChatSession b(clock, transport, &store, client);
-    signIn(a, first);
-    signIn(b, second);
+    ChatSession a(clock, transport, &store, testClient());
+    ChatSession b(clock, transport, &store, testClient());
+    signIn(a);
+    welcome.me.id = "u-client1";
+    welcome.me.role = Role::client;
+    welcome.token = "token-2";
+    signIn(b);
+    clock.advance(2s); // the saves after the attaches
+    store.flush();
     ASSERT_TRUE(QFile::exists(store.statePath(staffID)));
     ASSERT_TRUE(QFile::exists(store.statePath("u-client1")));
     EXPECT_EQ(store.loadCredentials()->userID, "u-client1");
@@ -237,17 +238,9 @@ TEST_F(FileSessionStoreTest, TwoUsersKeepTwoFilesAndSigningOutOneRemovesOnlyItsO
 // The user's sign-out reports done only when nothing of the user is left on disk, and a save that
 // was pending cannot bring the state file back.
 TEST_F(FileSessionStoreTest, SignOutIsDoneOnlyOnceTheFilesAreGone) {
-    ManualClock clock;
     FileSessionStore store(dir());
-    FakeTransport transport;
-    transport.script = [](FakeConnection& c, const ClientFrame& frame) {
-        if (frame.type == ClientFrame::Type::login)
-            c.push(ServerFrame::welcome(sampleWelcome()));
-    };
     ChatSession session(clock, transport, &store, testClient());
-    bool signedIn = false;
-    session.signIn(serverURL, "x@y.it", "password1", [&](auto r) { signedIn = r.has_value(); });
-    ASSERT_TRUE(waitUntil([&] { return signedIn; }));
+    signIn(session);
     clock.advance(2s);
     session.send("c1", "in uscita");
     store.flush();
@@ -282,16 +275,10 @@ TEST_F(FileSessionStoreTest, SignOutIsDoneOnlyOnceTheFilesAreGone) {
 }
 
 TEST_F(FileSessionStoreTest, ACorruptStateFileIsReportedAndTheSessionStartsEmpty) {
-    ManualClock clock;
     FileSessionStore store(dir());
     store.saveCredentials({serverURL, "t", staffID});
     store.flush();
     writeRaw(store.statePath(staffID), "{\"me\": {\"id\": ");
-    FakeTransport transport;
-    transport.script = [](FakeConnection& c, const ClientFrame& frame) {
-        if (frame.type == ClientFrame::Type::resume)
-            c.push(ServerFrame::welcome(sampleWelcome()));
-    };
     ChatSession session(clock, transport, &store, testClient());
     int changes = 0;
     QObject::connect(&session, &ChatSession::storageProblemChanged, [&] { ++changes; });
@@ -305,18 +292,11 @@ TEST_F(FileSessionStoreTest, ACorruptStateFileIsReportedAndTheSessionStartsEmpty
 }
 
 TEST_F(FileSessionStoreTest, AFolderThatCannotBeWrittenIsReported) {
-    ManualClock clock;
     writeRaw(root.path() + "/file", "not a folder");
     FileSessionStore store(root.path() + "/file/Brevio");
-    FakeTransport transport;
-    transport.script = [](FakeConnection& c, const ClientFrame& frame) {
-        if (frame.type == ClientFrame::Type::login)
-            c.push(ServerFrame::welcome(sampleWelcome()));
-    };
     ChatSession session(clock, transport, &store, testClient());
-    bool signedIn = false;
-    session.signIn(serverURL, "x@y.it", "password1", [&](auto r) { signedIn = r.has_value(); });
-    ASSERT_TRUE(waitUntil([&] { return signedIn && session.storageProblem(); }));
+    signIn(session);
+    ASSERT_TRUE(waitUntil([&] { return session.storageProblem().has_value(); }));
     EXPECT_EQ(session.storageProblem()->kind, StorageProblem::Kind::writeFailed);
     EXPECT_TRUE(session.status().isOnline());
     // The messages still go out.
@@ -326,12 +306,10 @@ TEST_F(FileSessionStoreTest, AFolderThatCannotBeWrittenIsReported) {
 }
 
 TEST_F(FileSessionStoreTest, ACorruptCredentialsFileLeavesTheSessionSignedOut) {
-    ManualClock clock;
     FileSessionStore store(dir());
     store.saveCredentials({serverURL, "t", staffID});
     store.flush();
     writeRaw(store.credentialsPath(), "{\"server\": \"wss://a.test/ws\", \"tok");
-    FakeTransport transport;
     ChatSession session(clock, transport, &store, testClient());
     session.restore();
     EXPECT_TRUE(session.phase().isSignedOut());
@@ -339,17 +317,9 @@ TEST_F(FileSessionStoreTest, ACorruptCredentialsFileLeavesTheSessionSignedOut) {
 }
 
 TEST_F(FileSessionStoreTest, FlushWritesStateAndCredentialsBeforeItReturns) {
-    ManualClock clock;
-    FakeTransport transport;
-    transport.script = [](FakeConnection& c, const ClientFrame& frame) {
-        if (frame.type == ClientFrame::Type::login)
-            c.push(ServerFrame::welcome(sampleWelcome()));
-    };
-    auto store = std::make_unique<FileSessionStore>(dir());
-    ChatSession session(clock, transport, store.get(), testClient());
-    bool done = false;
-    session.signIn(serverURL, "x@y.it", "password1", [&](auto r) { done = r.has_value(); });
-    ASSERT_TRUE(waitUntil([&] { return done; }));
+    FileSessionStore store(dir());
+    ChatSession session(clock, transport, &store, testClient());
+    signIn(session);
     session.send("c1", "da non perdere"); // offline or not, it is in the outbox now
     session.flush();
     // No debounce, no waiting: a second store on the same folder sees it at once.

@@ -55,7 +55,7 @@ TEST(SessionBackoff, JitterKeepsEveryDelayWithinTwentyPercent) {
     }
 }
 
-TEST(SessionBackoff, ASuccessfulResumeStartsTheCountAgain) {
+TEST(SessionBackoff, ASuccessfulResumeStartsTheCountAgainAndRetryNowConnectsAtOnce) {
     SessionHarness h(noJitter());
     h.signIn();
     failures(h, 3); // 1, 2, 4; now waiting 8 s
@@ -66,13 +66,8 @@ TEST(SessionBackoff, ASuccessfulResumeStartsTheCountAgain) {
     h.connection().fail();
     h.advance(0ms);
     EXPECT_EQ(waitingSeconds(h), 1.0);
-}
 
-TEST(SessionBackoff, RetryNowConnectsAtOnceAndDoesNothingWhileOnline) {
-    SessionHarness h(noJitter());
-    h.signIn();
-    failures(h, 4); // waiting 16 s now
-    h.transport.serverDown = false;
+    // Waiting: a retry connects without waiting for the timer; online, it does nothing.
     h->retryNow();
     h.advance(0ms);
     EXPECT_TRUE(h->status().isOnline());
@@ -159,7 +154,7 @@ TEST(SessionReplies, RequestsFailAtOnceOfflineAndWithTheConnection) {
     EXPECT_EQ(*pending.result, std::unexpected(ChatError::notConnected()));
 }
 
-TEST(SessionSave, TwentyChangesWithinASecondMakeOneWriteASecondAfterTheLast) {
+TEST(SessionSave, ChangesAreSavedASecondAfterTheLastButAtMostFiveAfterTheFirst) {
     SessionHarness h;
     h.signIn();
     h.advance(5s); // the save scheduled by the attach
@@ -183,15 +178,11 @@ TEST(SessionSave, TwentyChangesWithinASecondMakeOneWriteASecondAfterTheLast) {
     EXPECT_EQ(h.store.states.at(staffID).conversations.value("c1").reads.value("u-client1"), 20);
     h.advance(10s);
     EXPECT_EQ(h.store.writes.size(), 1u);
-}
 
-TEST(SessionSave, ChangesThatNeverPauseAreSavedFiveSecondsAfterTheFirst) {
-    SessionHarness h;
-    h.signIn();
-    h.advance(5s);
+    // Changes that never pause are saved five seconds after the first.
     h.store.writes.clear();
     const QDateTime first = h.clock.now();
-    for (int i = 1; i <= 30; ++i) { // one change every 400 ms for 12 s
+    for (int i = 21; i <= 50; ++i) { // one change every 400 ms for 12 s
         h.connection().push(ServerFrame::read({"c1", "u-client1", i}));
         h.advance(400ms);
     }
@@ -266,7 +257,7 @@ TEST(SessionSave, TheSavedCopyIsTrimmedAndHoldsNoPresence) {
     EXPECT_TRUE(saved.online.isEmpty());
 }
 
-TEST(SessionTyping, FiftyKeystrokesInThreeSecondsSendOneFrameAndOneStopAfterSilence) {
+TEST(SessionTyping, KeystrokesSendAFrameEveryThreeSecondsAndAStopAfterSilenceOrASend) {
     SessionHarness h;
     h.signIn();
     for (int i = 0; i < 50; ++i) {
@@ -287,24 +278,22 @@ TEST(SessionTyping, FiftyKeystrokesInThreeSecondsSendOneFrameAndOneStopAfterSile
     EXPECT_FALSE(typing[1]->as<TypingRequest>()->isTyping);
     h.advance(1min);
     EXPECT_EQ(h.connection().sentOf(ClientFrame::Type::typing).size(), 2u);
-}
 
-TEST(SessionTyping, TypingIsResentEveryThreeSecondsAndStoppedBySending) {
-    SessionHarness h;
-    h.signIn();
+    // Longer typing is announced again every three seconds, and sending stops it.
     for (int i = 0; i < 70; ++i) { // 7 s of typing, one keystroke every 100 ms
         h->typing("c2");
         h.advance(100ms);
     }
-    auto typing = h.connection().sentOf(ClientFrame::Type::typing);
-    ASSERT_EQ(typing.size(), 3u); // at 0, 3 and 6 s
+    typing = h.connection().sentOf(ClientFrame::Type::typing);
+    ASSERT_EQ(typing.size(), 5u); // at 0, 3 and 6 s
+    EXPECT_EQ(typing[4]->as<TypingRequest>()->conversationID, "c2");
     h->send("c2", "Eccomi");
     h.advance(0ms);
     typing = h.connection().sentOf(ClientFrame::Type::typing);
-    ASSERT_EQ(typing.size(), 4u);
-    EXPECT_FALSE(typing[3]->as<TypingRequest>()->isTyping);
+    ASSERT_EQ(typing.size(), 6u);
+    EXPECT_FALSE(typing[5]->as<TypingRequest>()->isTyping);
     h.advance(10s); // the automatic stop was cancelled with it
-    EXPECT_EQ(h.connection().sentOf(ClientFrame::Type::typing).size(), 4u);
+    EXPECT_EQ(h.connection().sentOf(ClientFrame::Type::typing).size(), 6u);
 }
 
 TEST(SessionTyping, AnotherUsersMarkLapsesAfterSixSeconds) {

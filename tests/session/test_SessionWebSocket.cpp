@@ -25,32 +25,28 @@ protected:
         url = QUrl(QStringLiteral("ws://127.0.0.1:%1/ws").arg(listener.port()));
     }
     void TearDown() override {
-        sessions.clear();
+        world.sessions.clear();
         listener.closeAll();
         waitUntil([&] { return listener.connectionCount() == 0; });
     }
 
     ChatSession& signIn(const QString& email) {
-        stores.push_back(std::make_unique<MemoryStore>(world.clock));
-        sessions.push_back(std::make_unique<ChatSession>(world.clock, transport,
-                                                         stores.back().get(), testClient()));
-        ChatSession& session = *sessions.back();
-        std::optional<std::expected<void, ChatError>> result;
-        session.signIn(url, email, QString::fromLatin1(LocalServer::demoPassword),
-                       [&](std::expected<void, ChatError> r) { result = r; });
-        EXPECT_TRUE(waitUntil([&] { return result.has_value(); }));
-        EXPECT_TRUE(result && result->has_value())
+        ChatSession& session = world.make(&transport);
+        Outcome<void> out;
+        session.signIn(url, email, QString::fromLatin1(LocalServer::demoPassword), out.done());
+        EXPECT_TRUE(waitUntil([&] { return out.arrived(); }));
+        EXPECT_TRUE(out.result && out.result->has_value())
             << email.toStdString() << " "
-            << (result && !result->has_value() ? result->error().description().toStdString() : "");
+            << (out.arrived() && !out.result->has_value()
+                    ? out.result->error().description().toStdString()
+                    : "");
         return session;
     }
 
+    WebSocketTransport transport; // outlives the sessions in `world`
     LocalWorld world;
     ServerListener listener;
-    WebSocketTransport transport;
     QUrl url;
-    std::vector<std::unique_ptr<MemoryStore>> stores;
-    std::vector<std::unique_ptr<ChatSession>> sessions;
 };
 
 TEST_F(SessionWebSocketTest, TwoSessionsTalkAndSurviveTheServerDroppingEveryConnection) {
