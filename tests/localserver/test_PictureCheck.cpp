@@ -52,15 +52,13 @@ QByteArray heic(quint32 width, quint32 height) {
 
 } // namespace
 
-TEST(PictureCheck, RecognisesRealPicturesOfEveryAcceptedKind) {
+TEST(PictureCheck, RecognisesRealPicturesOfEveryKindAndRefusesSignaturesWithoutASaneBody) {
     EXPECT_EQ(PictureCheck::pictureType(bytes(png)), "png");
     EXPECT_EQ(PictureCheck::pictureType(bytes(jpeg)), "jpeg");
     EXPECT_EQ(PictureCheck::pictureType(bytes(gif)), "gif");
     EXPECT_EQ(PictureCheck::pictureType(bytes(webp)), "webp");
     EXPECT_EQ(PictureCheck::pictureType(heic(640, 480)), "heic");
-}
 
-TEST(PictureCheck, RefusesSignaturesWithoutASaneBody) {
     QByteArray badCrc = bytes(png);
     badCrc[20] = char(badCrc[20] ^ 1); // inside IHDR
     QByteArray truncatedJpeg = bytes(jpeg);
