@@ -54,6 +54,9 @@ void ChatViewModel::attach() {
     }
     reload();
     refreshBanner();
+    // The indicator and `online` follow the session even when its banner text stays the same
+    // (none while online).
+    Q_EMIT bannerChanged();
 }
 
 void ChatViewModel::setConversationID(const QString& conversationID) {

@@ -1,9 +1,7 @@
 #include "views/HomeSummary.h"
 
 #include "shell/AppModel.h"
-#include "state/Timeline.h"
 
-#include <QTimeZone>
 #include <algorithm>
 
 namespace brevio {
@@ -27,8 +25,6 @@ void HomeSummary::setApp(AppModel* app) {
 
 void HomeSummary::rebuild() {
     conversations_.clear();
-    messages_.clear();
-    title_.clear();
     if (!app_) {
         Q_EMIT changed();
         return;
@@ -53,28 +49,6 @@ void HomeSummary::rebuild() {
             {QStringLiteral("preview"), c->lastMessage ? c->lastMessage->text : QString()},
             {QStringLiteral("unread"), state.unreadCount(c->id)},
         });
-    }
-
-    const QString selected = app_->selectedConversationIDText();
-    const auto conversation = state.conversations.constFind(selected);
-    if (conversation != state.conversations.cend()) {
-        title_ = conversation->title;
-        const QList<TimelineEntry> rows = state.timeline(
-            selected, std::nullopt, QDateTime::currentDateTimeUtc(), QTimeZone::systemTimeZone());
-        const qsizetype first = std::max<qsizetype>(0, rows.size() - shownMessages);
-        for (qsizetype i = first; i < rows.size(); ++i) {
-            if (rows[i].kind != TimelineEntry::Kind::message)
-                continue;
-            const TimelineMessage& m = rows[i].message;
-            messages_.append(QVariantMap{
-                {QStringLiteral("id"), rows[i].id()},
-                {QStringLiteral("author"), state.users.value(m.authorID).name},
-                {QStringLiteral("text"), m.isDeleted ? QString() : m.text},
-                {QStringLiteral("mine"), m.isMine},
-                {QStringLiteral("pending"), m.isPending()},
-                {QStringLiteral("time"), m.date.toLocalTime().toString(QStringLiteral("HH:mm"))},
-            });
-        }
     }
     Q_EMIT changed();
 }

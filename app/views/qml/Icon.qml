@@ -11,7 +11,18 @@ IconImage {
         "arrow.down.app": "software-update-available",
         "chevron.down": "pan-down-symbolic",
         "chevron.right": "pan-end-symbolic",
-        "bubble.left.and.bubble.right": "mail-message-new"
+        "bubble.left.and.bubble.right": "mail-message-new",
+        "chevron.up": "pan-up-symbolic",
+        "magnifyingglass": "edit-find-symbolic",
+        "xmark.circle.fill": "window-close-symbolic",
+        "pencil": "document-edit-symbolic",
+        "face.smiling": "face-smile-symbolic",
+        "arrowshape.turn.up.left.fill": "mail-reply-sender-symbolic",
+        "arrow.up": "go-up-symbolic",
+        "ellipsis": "view-more-horizontal-symbolic",
+        "wifi.exclamationmark": "network-wireless-offline-symbolic"
+        // The delivery ticks (clock, checkmark, checkmark.double, exclamationmark.circle.fill)
+        // and "nosign" are always our own drawings: a set that must look alike.
     })
 
     sourceSize.width: 16
@@ -20,6 +31,6 @@ IconImage {
     height: sourceSize.height
     color: Theme.text
     name: themeNames[symbol] || ""
-    source: "icons/" + symbol + ".svg"
+    source: symbol.length > 0 ? "icons/" + symbol + ".svg" : ""
     Accessible.ignored: true
 }

@@ -28,6 +28,17 @@ QtObject {
     readonly property int radiusControl: 6
     readonly property int rowHeight: 56
     readonly property int avatarList: 36
+    readonly property int avatarBubble: 28
+
+    // Chat: bubbles at most 70% of the list and 640 px wide; 2 px within a run, 10 between authors
+    readonly property int bubbleCut: 6
+    readonly property real bubbleWidthRatio: 0.7
+    readonly property int bubbleMaxWidth: 640
+    readonly property int runSpacing: 2
+    readonly property int authorSpacing: 10
+    readonly property int bubblePadding: 10
+    readonly property int tick: 14
+    readonly property int focusRing: 2
 
     // Motion
     readonly property int quick: 120
@@ -49,4 +60,18 @@ QtObject {
     readonly property color destructive: dark ? "#FF6B6B" : "#D93636"
     readonly property color online: dark ? "#3CCB6E" : "#2EAD5B"
     readonly property color highlight: dark ? "#7A6320" : "#FFE58A"
+    // Text on the search highlight, in any bubble.
+    readonly property color highlightText: dark ? "#FFFFFF" : "#1B1D21"
+    // A white bubble needs an edge on the light window; the dark one stands out by itself.
+    readonly property color otherBubbleBorder: dark ? otherBubble : separator
+    // A quote inside a bubble: a darker band in one's own, a faint band in others'.
+    readonly property color ownQuote: Qt.rgba(0, 0, 0, 0.18)
+    readonly property color otherQuote: dark ? Qt.rgba(1, 1, 1, 0.06) : Qt.rgba(0, 0, 0, 0.05)
+    readonly property color otherMeta: secondaryText
+    // The outline of the current search match (3:1 against the window).
+    readonly property color matchOutline: dark ? "#E0B83A" : "#B07D00"
+    // The accent for small text on the window (AA at 0.8 of the body size).
+    readonly property color accentText: dark ? "#5B8DEF" : "#2A63D4"
+    readonly property color hover: dark ? Qt.rgba(1, 1, 1, 0.06) : Qt.rgba(0, 0, 0, 0.04)
+    readonly property color reactionMine: dark ? Qt.rgba(0.36, 0.55, 0.94, 0.22) : Qt.rgba(0.18, 0.44, 0.92, 0.12)
 }
