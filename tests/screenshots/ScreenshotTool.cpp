@@ -2,6 +2,7 @@
 // brought into each state the way a user would get there, in the light and the dark theme.
 // Run under Xvfb by scripts/screenshots.sh.
 
+#include "localserver/DemoSeed.h"
 #include "localserver/LocalServer.h"
 #include "session/FileSessionStore.h"
 #include "shell/AppModel.h"
@@ -9,6 +10,7 @@
 #include "support/EventLoopWait.h"
 #include "support/QuietDesktop.h"
 #include "transport/LocalTransport.h"
+#include "views/ChatViewModel.h"
 #include "views/LoginForm.h"
 
 #include <QApplication>
@@ -87,6 +89,35 @@ LoginForm* formBelow(QQuickItem* item) {
 }
 LoginForm* formIn(QQuickWindow& window) {
     return formBelow(window.contentItem());
+}
+
+// The first item named `name` below `item`.
+QQuickItem* itemNamed(QQuickItem* item, const QString& name) {
+    if (item->objectName() == name)
+        return item;
+    for (QQuickItem* child : item->childItems())
+        if (QQuickItem* found = itemNamed(child, name))
+            return found;
+    return nullptr;
+}
+ChatViewModel* chatIn(QQuickWindow& window) {
+    QQuickItem* view = itemNamed(window.contentItem(), QStringLiteral("chatView"));
+    return view ? qvariant_cast<ChatViewModel*>(view->property("chat")) : nullptr;
+}
+// The id of the conversation titled `title`.
+QString conversationTitled(AppModel& model, const QString& title) {
+    for (const Conversation& c : model.session().state().conversations)
+        if (c.title == title)
+            return c.id;
+    return {};
+}
+// The row id of the newest message whose text contains `text`.
+QString rowWithText(ChatViewModel& chat, const QString& text) {
+    MessageListModel& rows = *chat.messages();
+    for (int row = 0; row < rows.rowCount(); ++row)
+        if (rows.data(rows.index(row), MessageListModel::TextRole).toString().contains(text))
+            return rows.rowID(row);
+    return {};
 }
 
 } // namespace
@@ -177,6 +208,38 @@ int main(int argc, char** argv) {
             ids.sort();
             model.selectConversation(ids.value(0));
             shooter.shoot(model, QStringLiteral("home-staff"));
+
+            // A group: names and pictures beside the runs, a quote, reactions, ticks.
+            model.selectConversation(
+                conversationTitled(model, QString::fromUtf8(DemoSeed::groupTitle)));
+            shooter.shoot(model, QStringLiteral("chat-group"));
+
+            // A client's conversation: an edited message, a quote, the delivery ticks.
+            model.selectConversation(
+                conversationTitled(model, QStringLiteral("Studio Bassi Architetti")));
+            shooter.shoot(model, QStringLiteral("chat-direct"));
+
+            // Searching while answering a message; a draft past the length limit.
+            model.selectConversation(
+                conversationTitled(model, QStringLiteral("Panificio Orlandi")));
+            shooter.shoot(model, QStringLiteral("chat-search"), [](QQuickWindow& w) {
+                ChatViewModel* chat = chatIn(w);
+                if (!chat)
+                    return;
+                itemNamed(w.contentItem(), QStringLiteral("chatView"))
+                    ->setProperty("searchOpen", true);
+                chat->setSearchQuery(QStringLiteral("menù"));
+                chat->replyTo(rowWithText(*chat, QStringLiteral("Perfetto, grazie!")));
+            });
+            model.selectConversation(conversationTitled(model, QStringLiteral("Ferramenta Conti")));
+            shooter.shoot(model, QStringLiteral("chat-too-long"), [](QQuickWindow& w) {
+                if (QQuickItem* field = itemNamed(w.contentItem(), QStringLiteral("composerField")))
+                    field->setProperty("text", QStringLiteral("Ecco il riepilogo. ").repeated(211));
+            });
+
+            model.selectConversation(
+                conversationTitled(model, QStringLiteral("Agriturismo Le Querce")));
+            shooter.shoot(model, QStringLiteral("chat-empty"));
         }
     }
     return 0;
