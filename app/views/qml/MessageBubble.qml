@@ -199,12 +199,13 @@ Item {
                                                                             : Qt.IBeamCursor
                             }
                         }
-                        RowLayout {
+                        Row {
                             id: deletedRow
                             objectName: "deletedRow"
                             visible: bubble.deleted
                             spacing: Theme.xs
                             Icon {
+                                anchors.verticalCenter: parent.verticalCenter
                                 symbol: "nosign"
                                 color: bubble.metaColor
                             }
@@ -217,7 +218,7 @@ Item {
                         }
                     }
 
-                    RowLayout {
+                    Row {
                         id: meta
                         objectName: "meta"
                         spacing: Theme.xs
@@ -238,6 +239,7 @@ Item {
                         }
                         TicksView {
                             objectName: "ticks"
+                            anchors.verticalCenter: parent.verticalCenter
                             visible: bubble.mine && bubble.showsStatus && !bubble.deleted
                             symbol: bubble.deliverySymbol
                             text: bubble.deliveryText

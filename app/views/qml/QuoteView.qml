@@ -13,6 +13,12 @@ AbstractButton {
     // Inside one's own bubble (light text on the accent fill).
     property bool mine: false
 
+    // As wide as its longer line wants, whatever width it is given (the bubble sizes to it).
+    implicitWidth: leftPadding + rightPadding + Math.ceil(Math.max(titleMetrics.advanceWidth,
+                                                                   textMetrics.advanceWidth)) + 2
+    TextMetrics { id: titleMetrics; font: titleLabel.font; text: quote.title }
+    TextMetrics { id: textMetrics; font: textLabel.font; text: quote.quotedText }
+
     focusPolicy: Qt.NoFocus
     hoverEnabled: true
     padding: Theme.s
@@ -44,6 +50,7 @@ AbstractButton {
     contentItem: ColumnLayout {
         spacing: 2
         Label {
+            id: titleLabel
             objectName: "quoteTitle"
             text: quote.title
             color: quote.mine ? Theme.ownText : Theme.accentText
@@ -53,6 +60,7 @@ AbstractButton {
             Layout.fillWidth: true
         }
         Label {
+            id: textLabel
             objectName: "quoteText"
             text: quote.quotedText
             color: quote.mine ? Theme.ownMeta : Theme.secondaryText
