@@ -77,6 +77,7 @@ void ChatViewModel::reload() {
     matches_.clear();
     currentMatch_ = -1;
     messages_.setSearch({}, {});
+    currentMatchID_.clear();
     infoRows_.clear();
     if (ChatSession* s = session(); s && !conversationID_.isEmpty()) {
         const ChatState& state = s->state();
@@ -315,11 +316,21 @@ QVariantList ChatViewModel::actions(const QString& rowID) const {
     if (m->delivery.kind == Delivery::Kind::failed) {
         list.append(action(QStringLiteral("retry"), QStringLiteral("Riprova a inviare")));
         list.append(action(QStringLiteral("copy"), QStringLiteral("Copia il testo")));
+        // The bubble's own button, for the keyboard too.
+        list.append(action(QStringLiteral("discard"), QStringLiteral("Elimina")));
         return list;
     }
     if (!m->isPending()) {
         list.append(action(QStringLiteral("react"), QStringLiteral("Reagisci"),
                            QStringLiteral("face.smiling")));
+        // Taking one's reaction back is a tap on it under the bubble; the menu offers it as well.
+        const QString myID =
+            session() && session()->state().me ? session()->state().me->id : QString();
+        const bool reacted =
+            std::any_of(m->reactions.cbegin(), m->reactions.cend(),
+                        [&](const Reaction& r) { return r.userIDs.contains(myID); });
+        if (reacted)
+            list.append(action(QStringLiteral("unreact"), QStringLiteral("Togli la reazione")));
         list.append(action(QStringLiteral("reply"), QStringLiteral("Rispondi"),
                            QStringLiteral("arrowshape.turn.up.left.fill")));
     }
@@ -492,8 +503,18 @@ void ChatViewModel::refreshSearch() {
         const int at = current.isEmpty() ? -1 : int(matches_.indexOf(current));
         currentMatch_ = at >= 0 ? at : (matches_.isEmpty() ? -1 : 0);
     }
-    messages_.setSearch(searchQuery_, currentMatch_ >= 0 ? matches_[currentMatch_] : QString());
+    showMatch();
+}
+
+void ChatViewModel::showMatch() {
+    const QString id =
+        currentMatch_ >= 0 && currentMatch_ < matches_.size() ? matches_[currentMatch_] : QString();
+    messages_.setSearch(searchQuery_, id);
     Q_EMIT searchChanged();
+    if (id != currentMatchID_) {
+        currentMatchID_ = id;
+        Q_EMIT currentMatchChanged();
+    }
 }
 
 QString ChatViewModel::searchStatus() const {
@@ -512,16 +533,14 @@ void ChatViewModel::previousMatch() {
     if (currentMatch_ + 1 >= matches_.size())
         return;
     ++currentMatch_;
-    messages_.setSearch(searchQuery_, matches_[currentMatch_]);
-    Q_EMIT searchChanged();
+    showMatch();
 }
 
 void ChatViewModel::nextMatch() {
     if (currentMatch_ <= 0)
         return;
     --currentMatch_;
-    messages_.setSearch(searchQuery_, matches_[currentMatch_]);
-    Q_EMIT searchChanged();
+    showMatch();
 }
 
 void ChatViewModel::searchOlder() {

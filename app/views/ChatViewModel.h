@@ -25,8 +25,11 @@ class ChatViewModel : public QObject {
     Q_PROPERTY(QString conversationID READ conversationID WRITE setConversationID NOTIFY
                    conversationChanged)
     Q_PROPERTY(MessageListModel* messages READ messages CONSTANT)
-    // The search highlight's colour (the theme's).
+    // The theme's colours for what the bubbles' HTML draws: search matches and links.
     Q_PROPERTY(QString highlightColor READ highlightColor WRITE setHighlightColor)
+    Q_PROPERTY(QString highlightTextColor READ highlightTextColor WRITE setHighlightTextColor)
+    Q_PROPERTY(QString linkColor READ linkColor WRITE setLinkColor)
+    Q_PROPERTY(QString ownLinkColor READ ownLinkColor WRITE setOwnLinkColor)
 
     // The conversation
     Q_PROPERTY(QString title READ title NOTIFY conversationChanged)
@@ -54,6 +57,9 @@ class ChatViewModel : public QObject {
     Q_PROPERTY(int matchCount READ matchCount NOTIFY searchChanged)
     Q_PROPERTY(QString searchStatus READ searchStatus NOTIFY searchChanged)
     Q_PROPERTY(int currentMatchRow READ currentMatchRow NOTIFY searchChanged)
+    // The row id of the match being looked at; changes only when another match is (the list
+    // scrolls to it then, not when rows come in around it).
+    Q_PROPERTY(QString currentMatchID READ currentMatchID NOTIFY currentMatchChanged)
 
     // Message info
     Q_PROPERTY(QVariantList infoRows READ infoRows NOTIFY infoChanged)
@@ -76,10 +82,19 @@ public:
     QString conversationID() const { return conversationID_; }
     void setConversationID(const QString& conversationID);
     MessageListModel* messages() { return &messages_; }
-    QString highlightColor() const { return highlightColor_; }
+    QString highlightColor() const { return style_.highlight; }
     void setHighlightColor(const QString& color) {
-        highlightColor_ = color;
-        messages_.setHighlight(color);
+        setStyle(&MessageListModel::TextStyle::highlight, color);
+    }
+    QString highlightTextColor() const { return style_.highlightText; }
+    void setHighlightTextColor(const QString& color) {
+        setStyle(&MessageListModel::TextStyle::highlightText, color);
+    }
+    QString linkColor() const { return style_.link; }
+    void setLinkColor(const QString& color) { setStyle(&MessageListModel::TextStyle::link, color); }
+    QString ownLinkColor() const { return style_.ownLink; }
+    void setOwnLinkColor(const QString& color) {
+        setStyle(&MessageListModel::TextStyle::ownLink, color);
     }
 
     QString title() const;
@@ -106,6 +121,7 @@ public:
     int matchCount() const { return int(matches_.size()); }
     QString searchStatus() const;
     int currentMatchRow() const;
+    QString currentMatchID() const { return currentMatchID_; }
 
     QVariantList infoRows() const { return infoRows_; }
     bool infoLoading() const { return infoLoading_; }
@@ -165,6 +181,7 @@ Q_SIGNALS:
     void draftChanged();
     void composerChanged();
     void searchChanged();
+    void currentMatchChanged();
     void infoChanged();
     void bannerChanged();
     // An action failed: the alert's text, beginning "Non è stato possibile".
@@ -174,6 +191,10 @@ Q_SIGNALS:
 
 private:
     ChatSession* session() const;
+    void setStyle(QString MessageListModel::TextStyle::*field, const QString& color) {
+        style_.*field = color;
+        messages_.setTextStyle(style_);
+    }
     const TimelineMessage* messageAt(const QString& rowID) const;
     void attach();
     void reload();
@@ -181,6 +202,7 @@ private:
     void refreshTyping();
     void refreshBanner();
     void refreshSearch();
+    void showMatch(); // tells the list and the view which match is current
     void resetComposer();
     void report(const QString& what, const QString& error);
 
@@ -201,6 +223,7 @@ private:
     QStringList matches_; // row ids, newest first
     int currentMatch_ = -1;
     bool searchAfterLoad_ = false;
+    QString currentMatchID_;
 
     QVariantList infoRows_;
     bool infoLoading_ = false;
@@ -208,7 +231,7 @@ private:
 
     QString bannerText_;
     TimerHandle bannerTick_;
-    QString highlightColor_;
+    MessageListModel::TextStyle style_;
 };
 
 } // namespace brevio

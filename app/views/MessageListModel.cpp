@@ -104,7 +104,7 @@ QVariant MessageListModel::data(const QModelIndex& index, int role) const {
     case TextRole:
         return m.isDeleted ? QString() : m.text;
     case RichTextRole:
-        return m.isDeleted ? QString() : richText(m.text, query_, highlight_);
+        return m.isDeleted ? QString() : richText(m.text, query_, style_, m.isMine);
     case AuthorRole:
         return row.author;
     case AuthorIDRole:
@@ -307,16 +307,16 @@ void MessageListModel::setSearch(const QString& query, const QString& currentRow
         emitChanged({rowOf(previousMatch), rowOf(currentRowID)}, {CurrentMatchRole});
 }
 
-void MessageListModel::setHighlight(const QString& color) {
-    if (color == highlight_)
+void MessageListModel::setTextStyle(const TextStyle& style) {
+    if (style == style_)
         return;
-    highlight_ = color;
-    if (!query_.isEmpty() && !rows_.isEmpty())
+    style_ = style;
+    if (!rows_.isEmpty())
         Q_EMIT dataChanged(index(0), index(int(rows_.size()) - 1), {RichTextRole});
 }
 
 QString MessageListModel::richText(const QString& text, const QString& query,
-                                   const QString& highlight) {
+                                   const TextStyle& style, bool mine) {
     static const QRegularExpression links(
         QStringLiteral(R"((?:https?://|www\.)[^\s<>"]+[^\s<>"'.,;:!?)\]])"),
         QRegularExpression::CaseInsensitiveOption);
@@ -342,8 +342,8 @@ QString MessageListModel::richText(const QString& text, const QString& query,
     qsizetype span = 0;
     bool inLink = false, inMark = false;
     const auto openMark = [&] {
-        html +=
-            QStringLiteral("<span style=\"background-color:") + highlight + QStringLiteral("\">");
+        html += QStringLiteral("<span style=\"color:") + style.highlightText +
+                QStringLiteral(";background-color:") + style.highlight + QStringLiteral("\">");
         inMark = true;
     };
     const auto closeMark = [&] {
@@ -363,7 +363,8 @@ QString MessageListModel::richText(const QString& text, const QString& query,
         if (i == text.size())
             break;
         if (!inLink && span < spans.size() && i == spans[span].start) {
-            html += QStringLiteral("<a href=\"") + spans[span].href.toHtmlEscaped() +
+            html += QStringLiteral("<a style=\"color:") + (mine ? style.ownLink : style.link) +
+                    QStringLiteral("\" href=\"") + spans[span].href.toHtmlEscaped() +
                     QStringLiteral("\">");
             inLink = true;
         }

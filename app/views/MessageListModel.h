@@ -47,6 +47,15 @@ public:
         CurrentMatchRole,
     };
 
+    // The colours written into a bubble's HTML, from the theme.
+    struct TextStyle {
+        QString highlight = QStringLiteral("#FFE58A");     // a search match's background
+        QString highlightText = QStringLiteral("#1B1D21"); // and its text
+        QString link = QStringLiteral("#2F6FEB");          // links in others' bubbles
+        QString ownLink = QStringLiteral("#FFFFFF");       // links in one's own
+        friend bool operator==(const TextStyle&, const TextStyle&) = default;
+    };
+
     // The author names the rows show; "Utente" for an unknown person.
     using NameOf = std::function<QString(const QString& userID)>;
 
@@ -63,7 +72,7 @@ public:
     void setMyID(const QString& myID) { myID_ = myID; }
     // Highlights `query` in every message and marks the row `currentRowID` as the current match.
     void setSearch(const QString& query, const QString& currentRowID);
-    void setHighlight(const QString& color);
+    void setTextStyle(const TextStyle& style);
 
     // The row of an identity, or -1.
     int rowOf(const QString& rowID) const { return index_.value(rowID, -1); }
@@ -72,9 +81,10 @@ public:
     const TimelineEntry& entry(int row) const { return rows_[row].entry; }
     QString rowID(int row) const { return rows_[row].id; }
 
-    // HTML for a message text: escaped, line breaks kept, web addresses as links, matches of
-    // `query` highlighted with `highlight`.
-    static QString richText(const QString& text, const QString& query, const QString& highlight);
+    // HTML for a message text: escaped, line breaks kept, web addresses as links (in `linkColor`),
+    // matches of `query` highlighted.
+    static QString richText(const QString& text, const QString& query, const TextStyle& style,
+                            bool mine);
 
 Q_SIGNALS:
     // Messages of others came in at the newest end (counted for the "new messages" label).
@@ -99,7 +109,7 @@ private:
     QString myID_;
     QString query_;
     QString currentMatch_;
-    QString highlight_ = QStringLiteral("#FFE58A");
+    TextStyle style_;
 };
 
 } // namespace brevio

@@ -180,6 +180,8 @@ TEST(ChatViewActions, AFailedDeleteIsReportedAndReactionsGoBothWays) {
             .toList();
     ASSERT_EQ(chips.size(), 1);
     EXPECT_TRUE(chips[0].toMap()["mine"].toBool());
+    EXPECT_EQ(w.actionNames(own).mid(0, 3),
+              QStringList({"Reagisci", "Togli la reazione", "Rispondi"}));
     w.chat.react(own, "");
     w.world.advance(0ms);
     EXPECT_TRUE(w.stored("Salve")->reactions.isEmpty());

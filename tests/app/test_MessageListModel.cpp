@@ -119,16 +119,21 @@ TEST_F(ListFixture, RowsCarryTheTextsTheBubbleShows) {
 }
 
 TEST(MessageRichText, EscapesLinksLineBreaksAndHighlights) {
-    EXPECT_EQ(MessageListModel::richText("<b>a & b</b>\nc", {}, "#ff0"),
+    const MessageListModel::TextStyle style{"#ff0", "#111", "#00f", "#fff"};
+    EXPECT_EQ(MessageListModel::richText("<b>a & b</b>\nc", {}, style, false),
               "&lt;b&gt;a &amp; b&lt;/b&gt;<br>c");
-    EXPECT_EQ(MessageListModel::richText("vedi www.esempio.it.", {}, "#ff0"),
-              "vedi <a href=\"https://www.esempio.it\">www.esempio.it</a>.");
+    // Links take the colour of the bubble they are in.
+    EXPECT_EQ(MessageListModel::richText("vedi www.esempio.it.", {}, style, false),
+              "vedi <a style=\"color:#00f\" href=\"https://www.esempio.it\">www.esempio.it</a>.");
+    EXPECT_EQ(MessageListModel::richText("https://a.it", {}, style, true),
+              "<a style=\"color:#fff\" href=\"https://a.it\">https://a.it</a>");
     // A match that runs out of a link is closed with the link and opened again after it.
-    EXPECT_EQ(MessageListModel::richText("http://a.it/x y", "x y", "#ff0"),
-              "<a href=\"http://a.it/x\">http://a.it/<span style=\"background-color:#ff0\">x"
-              "</span></a><span style=\"background-color:#ff0\"> y</span>");
-    EXPECT_EQ(MessageListModel::richText("Perché", "perche", "#ff0"),
-              "<span style=\"background-color:#ff0\">Perché</span>");
+    EXPECT_EQ(MessageListModel::richText("http://a.it/x y", "x y", style, false),
+              "<a style=\"color:#00f\" href=\"http://a.it/x\">http://a.it/"
+              "<span style=\"color:#111;background-color:#ff0\">x</span></a>"
+              "<span style=\"color:#111;background-color:#ff0\"> y</span>");
+    EXPECT_EQ(MessageListModel::richText("Perché", "perche", style, false),
+              "<span style=\"color:#111;background-color:#ff0\">Perché</span>");
 }
 
 } // namespace

@@ -68,6 +68,12 @@ Item {
         case "retry":
             chat.retry(rowID)
             break
+        case "discard":
+            chat.discard(rowID)
+            break
+        case "unreact":
+            chat.react(rowID, "")
+            break
         }
     }
 
@@ -76,6 +82,9 @@ Item {
         app: view.app
         conversationID: view.conversationID
         highlightColor: Theme.highlight
+        highlightTextColor: Theme.highlightText
+        linkColor: Theme.accentText
+        ownLinkColor: Theme.ownText
     }
 
     Connections {
@@ -102,9 +111,8 @@ Item {
         onActivated: view.openSearch()
     }
 
-    Rectangle {
+    ChatBackdrop {
         anchors.fill: parent
-        color: Theme.window
     }
 
     ColumnLayout {
@@ -167,8 +175,6 @@ Item {
             listAtEnd: messageList.atEnd
             Layout.fillWidth: true
             onCloseRequested: view.closeSearch()
-            onMatchRequested: messageList.showCurrentMatch()
-            onOlderRequested: messageList.followOlderMatch = true
             onToEndRequested: messageList.toEnd()
         }
 

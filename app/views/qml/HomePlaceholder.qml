@@ -42,9 +42,12 @@ Item {
                     Accessible.role: Accessible.List
                     Accessible.name: "Conversazioni"
                     delegate: ItemDelegate {
+                        id: row
                         required property var modelData
                         width: ListView.view.width
                         height: Theme.rowHeight
+                        leftPadding: Theme.m
+                        rightPadding: Theme.m
                         highlighted: view.app && view.app.selectedConversationID === modelData.id
                         Accessible.name: modelData.title
                         onClicked: view.app.selectConversation(modelData.id)
@@ -55,13 +58,14 @@ Item {
                                 Layout.fillWidth: true
                                 Label {
                                     text: modelData.title
+                                    color: row.highlighted ? Theme.ownText : Theme.text
                                     font.weight: Font.DemiBold
                                     elide: Text.ElideRight
                                     Layout.fillWidth: true
                                 }
                                 Label {
                                     text: modelData.preview
-                                    color: Theme.secondaryText
+                                    color: row.highlighted ? Theme.ownMeta : Theme.secondaryText
                                     font.pixelSize: Theme.secondary
                                     elide: Text.ElideRight
                                     maximumLineCount: 1

@@ -50,10 +50,6 @@ Item {
     readonly property alias hovered: hover.hovered
     // The rich text in this bubble's colours: links in the bubble's link colour (the document
     // would take the desktop's default blue), matched words readable on the highlight.
-    readonly property string styledText: richText
-        .replace(/<a href=/g, '<a style="color:' + (mine ? Theme.ownText : Theme.accentText) + '" href=')
-        .replace(/<span style="background-color:/g,
-                 '<span style="color:' + Theme.highlightText + ';background-color:')
 
     implicitHeight: stack.height + (continues ? Theme.runSpacing : Theme.authorSpacing)
 
@@ -180,7 +176,7 @@ Item {
                             objectName: "messageText"
                             visible: !bubble.deleted
                             width: parent.width
-                            text: bubble.styledText
+                            text: bubble.richText
                             textFormat: TextEdit.RichText
                             wrapMode: TextEdit.Wrap
                             readOnly: true

@@ -15,7 +15,6 @@ Item {
     // Messages of others that came in while the list was away from its end.
     property int newCount: 0
     // "Cerca più indietro" was pressed: show the match the older page brings.
-    property bool followOlderMatch: false
     readonly property bool atEnd: list.count === 0 || list.atYEnd
 
     // The context menu for a row, at a point of `source`.
@@ -62,16 +61,10 @@ Item {
         target: root.chat
         function onConversationChanged() { Qt.callLater(root.land) }
     }
+    // Another match is looked at (typed, stepped to, or found further back): show it.
     Connections {
         target: root.chat
-        function onSearchChanged() { root.followMatchAfterLoad() }
-        function onLoadingChanged() { root.followMatchAfterLoad() }
-    }
-    function followMatchAfterLoad() {
-        if (followOlderMatch && !chat.loadingOlder) {
-            followOlderMatch = false
-            Qt.callLater(showCurrentMatch)
-        }
+        function onCurrentMatchChanged() { Qt.callLater(root.showCurrentMatch) }
     }
     Connections {
         target: root.chat ? root.chat.messages : null

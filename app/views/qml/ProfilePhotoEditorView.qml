@@ -28,7 +28,7 @@ Item {
 
         AvatarView {
             objectName: "editorAvatar"
-            size: 96
+            size: Theme.avatarEditor
             userID: editor.userID
             name: editor.userName
             photo: editor.photo

@@ -14,9 +14,7 @@ Rectangle {
 
     signal closeRequested()
     // The current match changed at the user's request: show it.
-    signal matchRequested()
     // Older messages were asked for: show the match they bring.
-    signal olderRequested()
     signal toEndRequested()
 
     function focusField() {
@@ -63,10 +61,7 @@ Rectangle {
             Layout.fillWidth: true
             Layout.minimumWidth: 120
             Accessible.name: "Cerca nella chat"
-            onTextEdited: {
-                bar.chat.searchQuery = text
-                bar.matchRequested()
-            }
+            onTextEdited: bar.chat.searchQuery = text
             // Enter steps to the older match, like the button beside it.
             onAccepted: up.clicked()
             Keys.onEscapePressed: bar.closeRequested()
@@ -104,30 +99,21 @@ Rectangle {
             symbol: "chevron.up"
             help: "Precedente (Invio)"
             enabled: bar.chat && bar.chat.matchCount > 0
-            onClicked: {
-                bar.chat.previousMatch()
-                bar.matchRequested()
-            }
+            onClicked: bar.chat.previousMatch()
         }
         IconButton {
             objectName: "nextMatchButton"
             symbol: "chevron.down"
             help: "Successivo"
             enabled: bar.chat && bar.chat.matchCount > 0
-            onClicked: {
-                bar.chat.nextMatch()
-                bar.matchRequested()
-            }
+            onClicked: bar.chat.nextMatch()
         }
         TextButton {
             objectName: "searchOlderButton"
             visible: bar.chat && bar.chat.hasOlder
             enabled: bar.chat && !bar.chat.loadingOlder
             text: "Cerca più indietro"
-            onClicked: {
-                bar.chat.searchOlder()
-                bar.olderRequested()
-            }
+            onClicked: bar.chat.searchOlder()
         }
         TextButton {
             objectName: "backToNewestButton"

@@ -29,6 +29,8 @@ QtObject {
     readonly property int rowHeight: 56
     readonly property int avatarList: 36
     readonly property int avatarBubble: 28
+    readonly property int avatarInspector: 64
+    readonly property int avatarEditor: 96
 
     // Chat: bubbles at most 70% of the list and 640 px wide; 2 px within a run, 10 between authors
     readonly property int bubbleCut: 6
