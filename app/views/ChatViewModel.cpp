@@ -71,6 +71,7 @@ void ChatViewModel::setConversationID(const QString& conversationID) {
 
 // Opening a conversation: the unread separator stays where the user's read mark was now.
 void ChatViewModel::reload() {
+    feed_.forget();
     unreadAfter_.reset();
     resetComposer();
     searchQuery_.clear();
@@ -99,6 +100,7 @@ void ChatViewModel::reload() {
 void ChatViewModel::refreshRows() {
     ChatSession* s = session();
     if (!s || conversationID_.isEmpty()) {
+        feed_.forget();
         messages_.setRows({}, {}, {});
         messageCount_ = 0;
         Q_EMIT rowsChanged();
@@ -108,23 +110,16 @@ void ChatViewModel::refreshRows() {
     const ChatState& state = s->state();
     messages_.setMyID(state.me ? state.me->id : QString());
     const QDateTime now = app_->clock().now();
-    const QTimeZone zone = QTimeZone::systemTimeZone();
-    messages_.setZone(zone);
-    const QList<TimelineEntry> rows = state.timeline(conversationID_, unreadAfter_, now, zone);
-    messageCount_ = 0;
-    for (const TimelineEntry& e : rows)
-        messageCount_ += e.kind == TimelineEntry::Kind::message;
-    messages_.setRows(
-        rows,
-        [&state](const QString& userID) {
-            const auto user = state.users.constFind(userID);
-            if (user != state.users.cend() && !user->name.isEmpty())
-                return user->name;
-            if (state.me && state.me->id == userID)
-                return state.me->name;
-            return QStringLiteral("Utente");
-        },
-        now);
+    messages_.setZone(zone_);
+    feed_.update(state, conversationID_, unreadAfter_, now, zone_, [&state](const QString& userID) {
+        const auto user = state.users.constFind(userID);
+        if (user != state.users.cend() && !user->name.isEmpty())
+            return user->name;
+        if (state.me && state.me->id == userID)
+            return state.me->name;
+        return QStringLiteral("Utente");
+    });
+    messageCount_ = int(feed_.messageCount());
     // An edit whose message went (deleted, the conversation lost) ends.
     if (editing_ && messages_.rowOfSeq(*editing_) < 0)
         cancelComposer();
@@ -443,7 +438,7 @@ void ChatViewModel::requestInfo(const QString& rowID) {
             }
             const ChatState& state = self->session()->state();
             const QDateTime now = self->app_->clock().now();
-            const QTimeZone zone = QTimeZone::systemTimeZone();
+            const QTimeZone zone = self->zone_;
             QList<ReceiptEntry> entries = *r;
             // Everyone else in the conversation has a line, with or without a receipt.
             for (const QString& id : state.otherParticipants(conversationID)) {

@@ -2,6 +2,7 @@
 
 #include "model/Clock.h"
 #include "views/MessageListModel.h"
+#include "views/TimelineFeed.h"
 
 #include <QObject>
 #include <QPointer>
@@ -209,6 +210,8 @@ private:
     QPointer<AppModel> app_;
     QString conversationID_;
     MessageListModel messages_;
+    TimelineFeed feed_{messages_};
+    const QTimeZone zone_ = QTimeZone::systemTimeZone();
     std::optional<qint64> unreadAfter_;
     int messageCount_ = 0;
     QString typingText_;

@@ -194,6 +194,23 @@ MessageListModel::Row MessageListModel::makeRow(const TimelineEntry& entry, cons
 
 void MessageListModel::setRows(const QList<TimelineEntry>& oldestFirst, const NameOf& nameOf,
                                const QDateTime& now) {
+    replaceNewest(int(rows_.size()), oldestFirst, nameOf, now);
+}
+
+int MessageListModel::rowsOfNewestFrom(const QString& rowID) const {
+    int row = rowOf(rowID);
+    if (row < 0)
+        return -1;
+    // The separators above a message belong to it.
+    while (row + 1 < rows_.size() && rows_[row + 1].entry.kind != TimelineEntry::Kind::message)
+        ++row;
+    return row + 1;
+}
+
+void MessageListModel::replaceNewest(int oldCount, const QList<TimelineEntry>& oldestFirst,
+                                     const NameOf& nameOf, const QDateTime& now) {
+    oldCount = std::clamp(oldCount, 0, int(rows_.size()));
+    const bool whole = oldCount == rows_.size();
     QList<Row> next;
     next.reserve(oldestFirst.size());
     for (auto it = oldestFirst.crbegin(); it != oldestFirst.crend(); ++it)
@@ -203,10 +220,13 @@ void MessageListModel::setRows(const QList<TimelineEntry>& oldestFirst, const Na
     nextIndex.reserve(next.size());
     for (int i = 0; i < next.size(); ++i)
         nextIndex.insert(next[i].id, i);
+    if (!whole)
+        for (int i = 0; i < oldCount; ++i)
+            index_.remove(rows_[i].id);
 
     // 1. Rows that went, from the far end so that earlier numbers stay right.
     QList<int> gone;
-    for (int i = 0; i < rows_.size(); ++i)
+    for (int i = 0; i < oldCount; ++i)
         if (!nextIndex.contains(rows_[i].id))
             gone.append(i);
     const auto goneRuns = runs(gone);
@@ -215,13 +235,14 @@ void MessageListModel::setRows(const QList<TimelineEntry>& oldestFirst, const Na
         rows_.remove(it->first, it->second - it->first + 1);
         endRemoveRows();
     }
+    int kept = oldCount - int(gone.size());
 
     // 2. The rows that stay must keep their order; if they do not (it should not happen), start
     // over rather than show a wrong order.
     int last = -1;
     bool ordered = true;
-    for (const Row& row : rows_) {
-        const int at = nextIndex.value(row.id);
+    for (int i = 0; i < kept; ++i) {
+        const int at = nextIndex.value(rows_[i].id);
         if (at < last) {
             ordered = false;
             break;
@@ -230,32 +251,35 @@ void MessageListModel::setRows(const QList<TimelineEntry>& oldestFirst, const Na
     }
     if (!ordered) {
         beginResetModel();
-        rows_ = std::move(next);
+        rows_.remove(0, kept);
+        rows_ = next + rows_;
         reindex();
         endResetModel();
         return;
     }
 
     // 3. New rows slot in where they belong; rows that stay are compared. Invariant: the first i
-    // rows shown are next's first i.
+    // rows shown are next's first i, and rows [i, i + kept) are the kept rows not yet passed.
     QList<int> changed;
     int newestMessages = 0;
     const bool hadRows = !rows_.isEmpty();
     for (int i = 0; i < next.size();) {
-        if (i < rows_.size() && rows_[i].id == next[i].id) {
+        if (kept > 0 && rows_[i].id == next[i].id) {
             if (!(rows_[i] == next[i])) {
                 rows_[i] = next[i];
                 changed.append(i);
             }
             ++i;
+            --kept;
             continue;
         }
         int end = i + 1;
-        while (end < next.size() && !(i < rows_.size() && next[end].id == rows_[i].id))
+        while (end < next.size() && !(kept > 0 && next[end].id == rows_[i].id))
             ++end;
         beginInsertRows({}, i, end - 1);
+        rows_.insert(i, end - i, Row{});
         for (int k = i; k < end; ++k)
-            rows_.insert(k, next[k]);
+            rows_[k] = next[k];
         endInsertRows();
         if (i == 0 && hadRows)
             for (int k = 0; k < end; ++k)
@@ -263,17 +287,34 @@ void MessageListModel::setRows(const QList<TimelineEntry>& oldestFirst, const Na
                                   !next[k].entry.message.isMine;
         i = end;
     }
-    reindex();
+    if (whole) {
+        reindex();
+    } else {
+        // Positions count from the oldest row: the older rows kept theirs.
+        const int size = int(rows_.size());
+        for (int i = 0; i < next.size(); ++i)
+            index_.insert(rows_[i].id, size - 1 - i);
+    }
     emitChanged(changed);
     if (newestMessages > 0)
         Q_EMIT newestInserted(newestMessages);
 }
 
+void MessageListModel::setUnreadCount(qint64 count) {
+    const int row = rowOf(QStringLiteral("unread"));
+    if (row < 0 || rows_[row].entry.count == count)
+        return;
+    rows_[row].entry.count = count;
+    rows_[row].separator = ChatTexts::unreadSeparator(count);
+    emitChanged({row}, {SeparatorRole});
+}
+
 void MessageListModel::reindex() {
     index_.clear();
     index_.reserve(rows_.size());
-    for (int i = 0; i < rows_.size(); ++i)
-        index_.insert(rows_[i].id, i);
+    const int size = int(rows_.size());
+    for (int i = 0; i < size; ++i)
+        index_.insert(rows_[i].id, size - 1 - i);
 }
 
 void MessageListModel::emitChanged(const QList<int>& rows, const QList<int>& roles) {

@@ -73,9 +73,21 @@ public:
     // Highlights `query` in every message and marks the row `currentRowID` as the current match.
     void setSearch(const QString& query, const QString& currentRowID);
     void setTextStyle(const TextStyle& style);
+    // Replaces only the newest `oldCount` rows by the rows of `oldestFirst` (the newest part of
+    // the timeline), diffed in the same way; the older rows stay as they are.
+    void replaceNewest(int oldCount, const QList<TimelineEntry>& oldestFirst, const NameOf& nameOf,
+                       const QDateTime& now);
+    // How many of the newest rows belong to the row `rowID` and those after it (its separators
+    // included), or -1 when it is not shown.
+    int rowsOfNewestFrom(const QString& rowID) const;
+    // The unread separator's count, when it lies outside the rows being replaced.
+    void setUnreadCount(qint64 count);
 
     // The row of an identity, or -1.
-    int rowOf(const QString& rowID) const { return index_.value(rowID, -1); }
+    int rowOf(const QString& rowID) const {
+        const int position = index_.value(rowID, -1);
+        return position < 0 ? -1 : int(rows_.size()) - 1 - position;
+    }
     // The row showing the message with this seq, or -1.
     int rowOfSeq(qint64 seq) const;
     const TimelineEntry& entry(int row) const { return rows_[row].entry; }
@@ -104,6 +116,8 @@ private:
     void emitChanged(const QList<int>& rows, const QList<int>& roles = {});
 
     QList<Row> rows_; // newest first
+    // Identity → position counted from the oldest row, so that rows arriving at the newest end
+    // move nobody's.
     QHash<QString, int> index_;
     QTimeZone zone_ = QTimeZone::systemTimeZone();
     QString myID_;

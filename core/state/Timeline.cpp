@@ -93,12 +93,19 @@ QString TimelineEntry::id() const {
 QList<TimelineEntry> buildTimeline(const ChatState& state, const QString& conversationID,
                                    std::optional<qint64> unreadAfter, const QDateTime& now,
                                    const QTimeZone& zone) {
+    return buildTimelineTail(state, conversationID, unreadAfter, now, zone, 0).entries;
+}
+
+TimelineTail buildTimelineTail(const ChatState& state, const QString& conversationID,
+                               std::optional<qint64> unreadAfter, const QDateTime& now,
+                               const QTimeZone& zone, qsizetype firstMessage) {
+    TimelineTail tail;
     if (!state.conversations.contains(conversationID))
-        return {};
+        return tail;
     const QList<ChatMessage> stored = state.messages.value(conversationID);
     const QList<PendingMessage> outbox = state.pending(conversationID);
     if (stored.isEmpty() && outbox.isEmpty())
-        return {};
+        return tail;
 
     const QString myID = state.me ? state.me->id : QString();
     const bool signedIn = state.me.has_value();
@@ -157,21 +164,34 @@ QList<TimelineEntry> buildTimeline(const ChatState& state, const QString& conver
         }
     }
 
-    // Second pass: separators, grouping and the rows.
-    QList<TimelineEntry> entries;
-    entries.reserve(count + count / 8 + 4);
+    tail.messageCount = count;
+    tail.firstUnread = firstUnread;
+    tail.unreadCount = unreadCount;
+    tail.statusRow = statusRow;
+
+    // Second pass: separators, grouping and the rows; before `firstMessage` only the days are
+    // followed, for the occurrence numbers of the days that come back.
+    firstMessage = std::clamp<qsizetype>(firstMessage, 0, count);
+    QList<TimelineEntry>& entries = tail.entries;
+    const qsizetype built = count - firstMessage;
+    entries.reserve(built + built / 8 + 4);
     QHash<QDate, int> dayCount;
     LocalDay day;
     bool haveDay = false;
     for (qsizetype i = 0; i < count; ++i) {
         const Facts& f = facts[std::size_t(i)];
+        const bool builds = i >= firstMessage;
         bool separated = false;
         if (!haveDay || !day.contains(f.ms)) {
             day = dayOf(f.ms, zone);
             haveDay = true;
-            entries.append(TimelineEntry::dayEntry(day.start, ++dayCount[day.date]));
+            const int occurrence = ++dayCount[day.date];
+            if (builds)
+                entries.append(TimelineEntry::dayEntry(day.start, occurrence));
             separated = true;
         }
+        if (!builds)
+            continue;
         if (i == firstUnread) {
             entries.append(TimelineEntry::unreadEntry(unreadCount));
             separated = true;
@@ -225,7 +245,7 @@ QList<TimelineEntry> buildTimeline(const ChatState& state, const QString& conver
         }
         entries.append(std::move(entry));
     }
-    return entries;
+    return tail;
 }
 
 } // namespace brevio

@@ -67,4 +67,20 @@ QList<TimelineEntry> buildTimeline(const ChatState& state, const QString& conver
                                    std::optional<qint64> unreadAfter, const QDateTime& now,
                                    const QTimeZone& zone);
 
+// The newest part of the same rows, for a view that keeps the older part it already has. Messages
+// are numbered as the timeline orders them (stored messages, then the outbox); `entries` holds the
+// entries of messages `firstMessage` onwards, each with the separators above it, exactly as in
+// buildTimeline's list. Everything is decided over the whole conversation, so the unread count and
+// the status row may lie before the part that is built: they are reported beside it.
+struct TimelineTail {
+    QList<TimelineEntry> entries;
+    qsizetype messageCount = 0; // stored and outbox rows of the whole conversation
+    qsizetype firstUnread = -1; // message number of the first unread row, or -1
+    qint64 unreadCount = 0;
+    qsizetype statusRow = -1; // message number of the row that shows its status, or -1
+};
+TimelineTail buildTimelineTail(const ChatState& state, const QString& conversationID,
+                               std::optional<qint64> unreadAfter, const QDateTime& now,
+                               const QTimeZone& zone, qsizetype firstMessage);
+
 } // namespace brevio
