@@ -16,6 +16,8 @@ namespace {
 
 // Larger than any camera takes; keeps a hostile header from asking for gigabytes.
 constexpr int maximumSide = 16384;
+// Larger pictures are decoded scaled down to this side: far more than any use here needs.
+constexpr int decodeSide = 2048;
 
 // ---- Orientations as matrices -----------------------------------------------------------------
 // Each orientation maps a stored pixel's position (x to the right, y down, origin at the centre)
@@ -210,6 +212,11 @@ QImage decodeWithReader(const QByteArray& bytes, bool asStored, int* orientation
     const QSize size = reader.size();
     if (size.isValid() && (size.width() > maximumSide || size.height() > maximumSide))
         return {};
+    // A camera's 12,000 px picture is decoded straight at a size we can use: the JPEG decoder
+    // scales while it decodes, so memory stays bounded; others are refused by the reader's own
+    // allocation limit rather than filling the memory.
+    if (size.isValid() && (size.width() > decodeSide || size.height() > decodeSide))
+        reader.setScaledSize(size.scaled(decodeSide, decodeSide, Qt::KeepAspectRatio));
     if (orientation)
         *orientation = orientationOf(reader.transformation());
     QImage image = reader.read();

@@ -100,6 +100,23 @@ TEST(PhotoPreparationTest, WhatIsNoPictureGivesTheTextAndNoBytes) {
     EXPECT_EQ(PhotoPreparation::prepareFile("/nonexistent/photo.jpg").error(), text);
 }
 
+// A JPEG whose frame header says 12,000 by 12,000: decoded scaled down (the data runs out early and
+// the decoder fills in), never at full size, and prepared like any other picture.
+TEST(PhotoPreparationTest, AHugePictureIsDecodedScaledDown) {
+    QByteArray jpeg = test::encoded(test::quarters(64, 64), "JPEG");
+    const qsizetype frame = jpeg.indexOf("\xFF\xC0");
+    ASSERT_GT(frame, 0);
+    // Height and width follow the marker, its length and the sample precision.
+    for (const qsizetype at : {frame + 5, frame + 7}) {
+        jpeg[at] = char(12000 >> 8);
+        jpeg[at + 1] = char(12000 & 0xFF);
+    }
+    const auto decoded = PhotoDecoder::decode(jpeg);
+    ASSERT_TRUE(decoded.has_value());
+    EXPECT_LE(std::max(decoded->image.width(), decoded->image.height()), 2048);
+    EXPECT_EQ(preparedImage(jpeg).size(), QSize(512, 512));
+}
+
 TEST(PhotoPreparationTest, HeicIsTurnedByItsRotationPropertyLikeExif) {
     const QImage picture = test::quarters(256, 128);
     if (!test::heicOf(picture, 1))
