@@ -43,6 +43,10 @@ ApplicationWindow {
         app: window.app
     }
 
+    Sheets {
+        app: window.app
+    }
+
     Shortcut {
         sequences: [StandardKey.Quit, "Ctrl+Q"]
         context: Qt.ApplicationShortcut
