@@ -29,6 +29,13 @@ DemoWorld::DemoWorld(Clock& serverClock, Threading threading) {
 
 DemoWorld::~DemoWorld() {
     transport_.reset();
+    if (thread_) {
+        // A connection may hold the server until after its thread stopped; the timers of the
+        // answers under way go now, on the thread they belong to.
+        LocalServer* server = server_.get();
+        QMetaObject::invokeMethod(
+            server, [server] { server->cancelPendingAnswers(); }, Qt::BlockingQueuedConnection);
+    }
     server_.reset();
     if (thread_) {
         thread_->quit();

@@ -30,6 +30,11 @@ public:
     void start(const QString& conversationID, qint64 seq, const QString& authorID);
 
     static QString text(Role voice, int turn);
+    // Forgets every answer still under way.
+    void cancelAll() {
+        timers_.clear();
+        spent_.clear();
+    }
 
 private:
     std::optional<QString> answererFor(const Conversation& conversation, const User& author) const;

@@ -125,6 +125,10 @@ LocalServer::LocalServer(Options options, Clock& clock, std::unique_ptr<Password
 
 LocalServer::~LocalServer() = default;
 
+void LocalServer::cancelPendingAnswers() {
+    d->replier.cancelAll();
+}
+
 void LocalServer::seedDemo() {
     const QList<SeededAccount> accounts = DemoSeed::fill(d->data, *d->hasher);
     std::lock_guard lock(seededMutex_);

@@ -70,6 +70,10 @@ public:
     // connect, on the thread that owns the server.
     void seedDemo();
 
+    // Drops every automatic answer still waiting (their timers belong to the server's thread):
+    // for a server about to stop. Server thread only.
+    void cancelPendingAnswers();
+
     // The accounts seedDemo() created, staff first. Safe from any thread.
     QList<SeededAccount> seededAccounts() const;
 
