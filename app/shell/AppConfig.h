@@ -8,5 +8,8 @@ inline constexpr char defaultServer[] = "wss://chat.brevio.app/ws";
 inline constexpr char localTestServer[] = "ws://127.0.0.1:8787/ws";
 inline constexpr char privacyPage[] = "https://brevio.app/privacy";
 inline constexpr char downloadPage[] = "https://brevio.app/download";
+// Named in the message that goes with an invite: the web client, and the desktop installer.
+inline constexpr char webClient[] = "https://web.brevio.app";
+inline constexpr char desktopInstaller[] = "https://brevio.app/download/Brevio.dmg";
 
 } // namespace brevio::AppConfig

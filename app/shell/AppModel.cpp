@@ -209,6 +209,18 @@ void AppModel::setDraft(const QString& conversationID, const QString& text) {
         drafts_.insert(conversationID, text);
 }
 
+void AppModel::rememberInvite(const Invite& invite) {
+    invites_.insert(invite.clientID, invite);
+    Q_EMIT invitesChanged();
+}
+
+std::optional<Invite> AppModel::inviteFor(const QString& clientID) const {
+    const auto found = invites_.constFind(clientID);
+    if (found == invites_.cend())
+        return std::nullopt;
+    return *found;
+}
+
 // ---- Desktop --------------------------------------------------------------------------------
 
 void AppModel::setApplicationActive(bool active) {
@@ -355,6 +367,7 @@ void AppModel::leaveDemo() {
 
 void AppModel::showSession(std::unique_ptr<ChatSession> session) {
     session_ = std::move(session);
+    invites_.clear();
     wire(*session_);
     Q_EMIT sessionReplaced();
     Q_EMIT serverOriginChanged();

@@ -90,6 +90,10 @@ public:
     Q_INVOKABLE QString draftFor(const QString& conversationID) const;
     Q_INVOKABLE void setDraft(const QString& conversationID, const QString& text);
     const QHash<QString, QString>& drafts() const { return drafts_; }
+    // The last invite made in this run for each client company (the server never lists them);
+    // forgotten with the session.
+    void rememberInvite(const Invite& invite);
+    std::optional<Invite> inviteFor(const QString& clientID) const;
 
     // ---- What the desktop tells the model -----------------------------------------------------
     void setApplicationActive(bool active);
@@ -150,6 +154,7 @@ Q_SIGNALS:
     void statusChanged();
     void selectionChanged();
     void sheetsChanged();
+    void invitesChanged();
     // A demo could not be started (its sign-in failed): the text to show.
     void demoFailed(const QString& message);
     void settingsRequested();
@@ -182,6 +187,7 @@ private:
 
     std::optional<QString> selected_;
     QHash<QString, QString> drafts_;
+    QHash<QString, Invite> invites_;
     bool isInviteSheetPresented_ = false;
     bool isNewGroupRequested_ = false;
     QString inviteClientID_;
