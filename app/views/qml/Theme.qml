@@ -45,6 +45,16 @@ QtObject {
     // Motion
     readonly property int quick: 120
 
+    // Inspectors and sheets: the pane beside the chat, the sheets over the window, the invite code
+    readonly property int inspectorWidth: 300
+    readonly property int sheetWidth: 480
+    readonly property int sheetListHeight: 260
+    readonly property int personRowHeight: 44
+    readonly property int avatarRow: 32
+    readonly property int notesHeight: 110
+    readonly property int messageBoxHeight: 170
+    readonly property real codeSize: baseSize * 2.4
+
     // Colours
     readonly property color window: dark ? "#17191C" : "#F6F7F9"
     readonly property color surface: dark ? "#1F2226" : "#FFFFFF"
