@@ -2,9 +2,12 @@
 #include "process/SignalWatcher.h"
 #include "session/FileSessionStore.h"
 #include "shell/AppModel.h"
+#include "shell/MainWindowClose.h"
 #include "shell/NetworkWatcher.h"
 #include "shell/Preferences.h"
+#include "shell/SettingsView.h"
 #include "shell/StartupProbe.h"
+#include "shell/Tray.h"
 #include "shell/WindowWatcher.h"
 #include "shell/platform/ColorSchemeWatcher.h"
 #include "shell/platform/LauncherBadge.h"
@@ -113,6 +116,13 @@ int main(int argc, char** argv) {
             },
     });
 
+    // The settings window asks whether anything can show notifications.
+    model.setNotificationsBlocked(notifier.serverState() == Notifier::ServerState::Missing);
+    QObject::connect(&notifier, &Notifier::serverStateChanged, &model,
+                     [&model](Notifier::ServerState state) {
+                         model.setNotificationsBlocked(state == Notifier::ServerState::Missing);
+                     });
+
     WindowWatcher windows(model);
     model.openMainWindow = [&windows] { windows.bringForward(); };
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &model, &AppModel::aboutToQuit);
@@ -146,6 +156,17 @@ int main(int argc, char** argv) {
         preferences().setValue(QStringLiteral("window/geometry"), window->geometry());
     });
 
+    // The settings window is made when first asked for.
+    SettingsView settings(engine, model);
+
+    // With an icon in the desktop's tray, closing the main window leaves Brevio running and
+    // connected (the tray's menu brings the window back); without one, closing it quits. Closing
+    // the settings window alone never quits.
+    std::unique_ptr<Tray> tray;
+    QApplication::setQuitOnLastWindowClosed(false);
+    MainWindowClose closing(
+        *window, [&tray] { return tray && tray->isShown(); }, [] { QCoreApplication::quit(); });
+
     // Reachability and sleep matter only once something is on screen: their backends load after
     // the first frame.
     std::unique_ptr<NetworkWatcher> network;
@@ -158,6 +179,7 @@ int main(int argc, char** argv) {
                              &AppModel::networkReachable);
             sleep = std::make_unique<SleepWatcher>(QDBusConnection::systemBus());
             QObject::connect(sleep.get(), &SleepWatcher::woke, &model, &AppModel::woke);
+            tray = std::make_unique<Tray>(model);
         },
         Qt::SingleShotConnection);
 

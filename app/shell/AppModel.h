@@ -61,6 +61,9 @@ class AppModel : public QObject {
     Q_PROPERTY(bool isNewGroupRequested MEMBER isNewGroupRequested_ NOTIFY sheetsChanged)
     Q_PROPERTY(QString inviteClientID MEMBER inviteClientID_ NOTIFY sheetsChanged)
     Q_PROPERTY(bool showsInspector MEMBER showsInspector_ NOTIFY sheetsChanged)
+    // No notification server answers on the desktop (set by main() from the notifier).
+    Q_PROPERTY(bool notificationsBlocked READ notificationsBlocked WRITE setNotificationsBlocked
+                   NOTIFY notificationsBlockedChanged)
 
 public:
     explicit AppModel(AppParts parts, QObject* parent = nullptr);
@@ -128,6 +131,13 @@ public:
     Q_INVOKABLE void openDownloadPage();
     // Asks for the settings window (it lives beside the main window).
     Q_INVOKABLE void openSettings() { Q_EMIT settingsRequested(); }
+    bool notificationsBlocked() const { return notificationsBlocked_; }
+    void setNotificationsBlocked(bool blocked) {
+        if (blocked != notificationsBlocked_) {
+            notificationsBlocked_ = blocked;
+            Q_EMIT notificationsBlockedChanged();
+        }
+    }
 
     // Whether the screens use the dark palette: the "appTheme" preference ("light", "dark"),
     // otherwise what the desktop wants.
@@ -158,6 +168,7 @@ Q_SIGNALS:
     // A demo could not be started (its sign-in failed): the text to show.
     void demoFailed(const QString& message);
     void settingsRequested();
+    void notificationsBlockedChanged();
     void themeChanged();
     void serverOriginChanged();
 
@@ -201,6 +212,7 @@ private:
     QString lastScreen_;
     QString appTheme_;
     bool desktopDark_ = false;
+    bool notificationsBlocked_ = false;
 };
 
 } // namespace brevio

@@ -32,6 +32,13 @@ QtObject {
     readonly property int avatarInspector: 64
     readonly property int avatarEditor: 96
 
+    // The settings window
+    readonly property int settingsWidth: 560
+    readonly property int settingsHeight: 520
+    readonly property int settingsMinimumHeight: 440
+    readonly property int settingsTabIcon: 16
+    readonly property int settingsDialogWidth: 400
+
     // Chat: bubbles at most 70% of the list and 640 px wide; 2 px within a run, 10 between authors
     readonly property int bubbleCut: 6
     readonly property real bubbleWidthRatio: 0.7
