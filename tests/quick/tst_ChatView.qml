@@ -3,7 +3,8 @@ import QtTest
 import Brevio
 
 // The chat view over the staff demo: the composer, the list's rows and menus, search, the empty
-// state and where an opened conversation lands.
+// state and where an opened conversation lands. What the demo cannot do (a refused message, a
+// lost connection) runs over `testServer`, a server that fails when told to, with its own model.
 TestCase {
     id: test
     name: "ChatView"
@@ -17,6 +18,12 @@ TestCase {
     Component {
         id: chatView
         ChatView { app: testApp }
+    }
+
+    HomeSummary { id: serverSummary; app: testServer.app }
+    Component {
+        id: serverChatView
+        ChatView { app: testServer.app }
     }
 
     function initTestCase() {
@@ -44,6 +51,27 @@ TestCase {
             conversationID: id, width: test.width, height: height || test.height
         })
         verify(view)
+        return view
+    }
+    // The chat of `title` on the test server, signed in as its staff member and online.
+    function openOnTestServer(title) {
+        testServer.setReachable(true)
+        testServer.signInAsStaff()
+        tryCompare(testServer.app, "screen", "staffHome", 10000)
+        testServer.app.retryNow() // after a test that left it waiting to reconnect
+        let id = ""
+        tryVerify(() => {
+            for (const c of serverSummary.conversations)
+                if (c.title === title)
+                    id = c.id
+            return id.length > 0
+        })
+        testServer.app.selectConversation(id)
+        const view = createTemporaryObject(serverChatView, test, {
+            conversationID: id, width: test.width, height: test.height
+        })
+        verify(view)
+        tryVerify(() => view.chat.online && list(view).count > 0, 10000)
         return view
     }
     function list(view) { return findChild(view, "messageList") }
@@ -456,5 +484,88 @@ TestCase {
         field(view).text = ""
         view.conversationID = conversationID("Officina Gatti")
         field(view).text = ""
+    }
+
+    function test_aRefusedMessageIsRetriedOrDiscarded() {
+        const view = openOnTestServer("Officina Gatti")
+        const text = "Il preventivo arriva domani"
+        const rowOf = () => rowWhere(view, r => r.kind === "message" && r.text === text)
+
+        testServer.refuseNextMessage()
+        field(view).forceActiveFocus()
+        field(view).text = text
+        keyClick(Qt.Key_Return)
+        tryVerify(() => rowOf() && rowOf().delivery === "failed", 10000, "refused")
+        let row = rowOf()
+        verify(row.pending)
+        compare(findChild(row, "failureText").text,
+                "Non inviato: Troppi tentativi. Riprova tra qualche minuto.")
+        verify(findChild(row, "failureRow").visible)
+        compare(findChild(row, "retryButton").text, "Riprova")
+        compare(findChild(row, "discardButton").text, "Elimina")
+        compare(findChild(row, "ticks").text, "Non inviato")
+
+        // Sent again, the server takes it: one row, no longer failed or waiting.
+        mouseClick(findChild(row, "retryButton"))
+        tryVerify(() => rowOf() && !rowOf().pending, 10000, "accepted on the retry")
+        row = rowOf()
+        compare(row.delivery, "sent")
+        verify(!findChild(row, "failureRow").visible)
+        compare(findChild(row, "failureText").text, "")
+        let copies = 0
+        for (let i = 0; i < list(view).count; ++i) {
+            const r = list(view).itemAtIndex(i)
+            if (r && r.kind === "message" && r.text === text)
+                ++copies
+        }
+        compare(copies, 1)
+
+        // Refused again and discarded: the row goes, nothing is sent.
+        const second = "Questo non parte"
+        testServer.refuseNextMessage()
+        field(view).text = second
+        keyClick(Qt.Key_Return)
+        tryVerify(() => {
+            const r = rowWhere(view, r => r.text === second)
+            return r && r.delivery === "failed"
+        }, 10000)
+        mouseClick(findChild(rowWhere(view, r => r.text === second), "discardButton"))
+        tryVerify(() => rowWhere(view, r => r.text === second) === null)
+    }
+
+    function test_theBannerWhileTheServerIsOutOfReach() {
+        const view = openOnTestServer("Panificio Orlandi")
+        const banner = findChild(view, "connectionBanner")
+        const bannerText = findChild(view, "bannerText")
+        const retryNow = findChild(view, "retryNowButton")
+        verify(!banner.visible)
+        compare(findChild(view, "connectionIndicator").label, "Collegato")
+
+        // The connection goes and the server cannot be reached: the next attempt is a minute away.
+        testServer.setReachable(false)
+        testServer.dropConnections()
+        tryVerify(() => banner.visible && bannerText.text.startsWith("Connessione persa."), 10000)
+        verify(/^Connessione persa\. Nuovo tentativo tra \d+ s\.$/.test(bannerText.text),
+               bannerText.text)
+        verify(retryNow.visible)
+        compare(retryNow.text, "Riprova ora")
+        compare(findChild(view, "connectionIndicator").label, "Riconnessione…")
+        verify(!view.chat.online)
+
+        // Trying at once while it is still out of reach: one more attempt, and the wait again.
+        const attempts = testServer.connectionAttempts()
+        mouseClick(retryNow)
+        tryVerify(() => testServer.connectionAttempts() === attempts + 1)
+        tryVerify(() => retryNow.visible && bannerText.text.startsWith("Connessione persa."),
+                  10000)
+        verify(!view.chat.online)
+
+        // Back in reach: "Riprova ora" brings the session online and the banner away.
+        testServer.setReachable(true)
+        mouseClick(retryNow)
+        tryVerify(() => view.chat.online, 10000)
+        tryCompare(banner, "visible", false)
+        compare(findChild(view, "connectionIndicator").label, "Collegato")
+        compare(testServer.connectionAttempts(), attempts + 2)
     }
 }

@@ -21,7 +21,9 @@ Item {
 
     clip: true
     implicitHeight: shown ? content.implicitHeight + 2 * Theme.s : 0
-    visible: height > 0
+    // By the implicit height: the layout rounds the last fraction of the slide up to a pixel and
+    // keeps it, so the height never comes back to 0.
+    visible: implicitHeight > 0
     Behavior on implicitHeight { NumberAnimation { duration: Theme.quick; easing.type: Easing.OutCubic } }
     Accessible.role: Accessible.AlertMessage
     Accessible.name: shownText
