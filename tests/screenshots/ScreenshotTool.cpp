@@ -8,18 +8,21 @@
 #include "shell/AppModel.h"
 #include "shell/Preferences.h"
 #include "support/EventLoopWait.h"
+#include "support/FaultyEndpoint.h"
 #include "support/QuietDesktop.h"
 #include "transport/LocalTransport.h"
 #include "views/ChatViewModel.h"
 #include "views/LoginForm.h"
 
 #include <QApplication>
+#include <QCursor>
 #include <QDir>
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
 #include <QQuickItem>
 #include <QQuickStyle>
 #include <QQuickWindow>
+#include <QScreen>
 #include <QTemporaryDir>
 #include <QtQml/qqmlextensionplugin.h>
 #include <cstdio>
@@ -55,6 +58,8 @@ public:
             return;
         window->show();
         test::waitUntil([&] { return window->isExposed(); }, std::chrono::seconds(5));
+        // The pointer off the window: nothing shows its hover state.
+        QCursor::setPos(window->screen(), window->screen()->geometry().bottomRight());
         settle();
         if (prepare) {
             prepare(*window);
@@ -111,6 +116,28 @@ QString conversationTitled(AppModel& model, const QString& title) {
             return c.id;
     return {};
 }
+// The seq the server gave the message `clientID` sent, once `session` holds it; 0 if it never came.
+qint64 acceptedSeq(const ChatSession& session, const QString& conversationID,
+                   const QString& clientID) {
+    qint64 seq = 0;
+    test::waitUntil(
+        [&] {
+            for (const ChatMessage& m : session.state().messages.value(conversationID))
+                if (m.clientID == clientID)
+                    seq = m.seq;
+            return seq > 0;
+        },
+        std::chrono::seconds(10));
+    return seq;
+}
+// Sends `text` and deletes it again once the server has it.
+void sendAndDelete(ChatSession& session, const QString& conversationID, const QString& text) {
+    const qint64 seq = acceptedSeq(session, conversationID, session.send(conversationID, text));
+    bool deleted = false;
+    session.deleteMessage(conversationID, seq, [&](auto) { deleted = true; });
+    test::waitUntil([&] { return deleted; }, std::chrono::seconds(10));
+}
+
 // The row id of the newest message whose text contains `text`.
 QString rowWithText(ChatViewModel& chat, const QString& text) {
     MessageListModel& rows = *chat.messages();
@@ -240,6 +267,72 @@ int main(int argc, char** argv) {
             model.selectConversation(
                 conversationTitled(model, QStringLiteral("Agriturismo Le Querce")));
             shooter.shoot(model, QStringLiteral("chat-empty"));
+        }
+        {
+            // A client's conversation on a server of the demo's people, with a member of staff
+            // signed in beside: messages deleted by either side, a message the server refused,
+            // the staff member typing; then the connection lost while the server is out of reach.
+            auto server =
+                std::make_shared<LocalServer>(LocalServer::Options{.autoReply = false}, clock);
+            server->seedDemo();
+            const QList<LocalServer::SeededAccount> accounts = server->seededAccounts();
+            auto endpoint = std::make_shared<test::FaultyEndpoint>(server);
+            LocalTransport transport(endpoint);
+            AppParts clientParts = parts(transport, nullptr);
+            // The next attempt well after the picture, so that it shows the wait.
+            clientParts.settings.backoff = {.base = 20, .maximum = 20, .jitter = 0};
+            AppModel model(clientParts);
+            const QUrl address(QStringLiteral("ws://127.0.0.1:8787/ws"));
+            const QString password = QString::fromLatin1(LocalServer::demoPassword);
+            model.session().signIn(address, accounts.value(1).email, password, {});
+            ChatSession staff(clock, transport, nullptr, ClientInfo::current());
+            staff.signIn(address, accounts.value(0).email, password, {});
+            test::waitUntil(
+                [&] {
+                    return model.screen() == QStringLiteral("clientHome") &&
+                           staff.status().isOnline() && model.session().status().isOnline();
+                },
+                std::chrono::seconds(10));
+            const QString direct = conversationTitled(model, QStringLiteral("Panificio Orlandi"));
+            model.selectConversation(direct);
+
+            sendAndDelete(staff, direct,
+                          QStringLiteral("Giulia, il listino che ti ho mandato è quello vecchio."));
+            sendAndDelete(model.session(), direct,
+                          QStringLiteral("Scusa, ho scritto nella chat sbagliata."));
+            acceptedSeq(staff, direct,
+                        staff.send(direct, QStringLiteral("Ecco il listino giusto: lo trovi in "
+                                                          "allegato alla mail di stamattina.")));
+            // Giulia has read it (her window would have been in front).
+            test::waitUntil(
+                [&] {
+                    return model.session().state().messages.value(direct).size() ==
+                           staff.state().messages.value(direct).size();
+                },
+                std::chrono::seconds(10));
+            model.session().markRead(direct);
+            endpoint->refuseNextMessage(QStringLiteral("rate_limited"));
+            model.session().send(direct, QStringLiteral("Grazie! Lo stampo per il negozio."));
+            test::waitUntil(
+                [&] {
+                    const auto outbox = model.session().state().outbox;
+                    return !outbox.isEmpty() && outbox.constFirst().failure.has_value();
+                },
+                std::chrono::seconds(10));
+            shooter.shoot(model, QStringLiteral("chat-client"), [&](QQuickWindow& w) {
+                staff.typing(direct);
+                test::waitUntil([&] { return chatIn(w) && !chatIn(w)->typingText().isEmpty(); },
+                                std::chrono::seconds(10));
+            });
+
+            // Marta's typing lapses before the connection goes.
+            test::waitUntil([&] { return model.session().state().typingUsers(direct).isEmpty(); },
+                            std::chrono::seconds(15));
+            endpoint->setReachable(false);
+            endpoint->dropAll();
+            test::waitUntil([&] { return model.session().status().isWaiting(); },
+                            std::chrono::seconds(10));
+            shooter.shoot(model, QStringLiteral("chat-client-offline"));
         }
     }
     return 0;

@@ -207,6 +207,9 @@ Item {
                             }
                             Label {
                                 objectName: "deletedText"
+                                // On the row's bottom, like the time beside it: the symbol is
+                                // taller than the line.
+                                anchors.bottom: parent.bottom
                                 text: bubble.deletedText
                                 color: bubble.metaColor
                                 font.italic: true
