@@ -1,6 +1,7 @@
 #include "views/ChatTexts.h"
 
 #include "model/MessageRules.h"
+#include "views/RelativeTime.h"
 
 #include <QLocale>
 
@@ -8,27 +9,9 @@ namespace brevio::ChatTexts {
 
 namespace {
 
-const QLocale& italian() {
-    static const QLocale locale(QLocale::Italian, QLocale::Italy);
-    return locale;
-}
-
-QDate localDate(const QDateTime& date, const QTimeZone& zone) {
-    return date.toTimeZone(zone).date();
-}
-
 // "alle 09:41", "ieri alle 09:41", "14 marzo alle 09:41".
 QString momentPhrase(const QDateTime& date, const QDateTime& now, const QTimeZone& zone) {
-    const QDate when = localDate(date, zone);
-    const QDate today = localDate(now, zone);
-    const QString time = timeOfDay(date, zone);
-    if (when == today)
-        return QStringLiteral("alle ") + time;
-    if (when == today.addDays(-1))
-        return QStringLiteral("ieri alle ") + time;
-    const QString format =
-        when.year() == today.year() ? QStringLiteral("d MMMM") : QStringLiteral("d MMMM yyyy");
-    return italian().toString(when, format) + QStringLiteral(" alle ") + time;
+    return RelativeTime::moment(date, now, zone);
 }
 
 } // namespace
@@ -57,19 +40,11 @@ QString toBottom(qint64 newMessages) {
 }
 
 QString day(const QDateTime& dayStart, const QDateTime& now, const QTimeZone& zone) {
-    const QDate date = localDate(dayStart, zone);
-    const QDate today = localDate(now, zone);
-    if (date == today)
-        return QStringLiteral("Oggi");
-    if (date == today.addDays(-1))
-        return QStringLiteral("Ieri");
-    const QString format =
-        date.year() == today.year() ? QStringLiteral("d MMMM") : QStringLiteral("d MMMM yyyy");
-    return italian().toString(date, format);
+    return RelativeTime::day(dayStart, now, zone);
 }
 
 QString timeOfDay(const QDateTime& date, const QTimeZone& zone) {
-    return date.toTimeZone(zone).time().toString(QStringLiteral("HH:mm"));
+    return RelativeTime::timeOfDay(date, zone);
 }
 
 qint64 secondsUntil(const QDateTime& until, const QDateTime& now) {

@@ -18,6 +18,13 @@ QString fold(const QString& text, QList<qsizetype>* positions) {
                 positions->append(i);
             continue;
         }
+        if (c.unicode() == 0x00DF || c.unicode() == 0x1E9E) {
+            // Sharp s folds to "ss", as "Strasse" is how people type "Straße".
+            folded.append(QStringLiteral("ss"));
+            if (positions)
+                positions->append({i, i});
+            continue;
+        }
         const QString decomposed = QString(c).normalized(QString::NormalizationForm_KD);
         for (const QChar d : decomposed) {
             const auto category = d.category();

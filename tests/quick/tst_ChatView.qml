@@ -13,14 +13,14 @@ TestCase {
     width: 1000
     height: 720
 
-    HomeSummary { id: summary; app: testApp }
+    ConversationListModel { id: summary; app: testApp }
 
     Component {
         id: chatView
         ChatView { app: testApp }
     }
 
-    HomeSummary { id: serverSummary; app: testServer.app }
+    ConversationListModel { id: serverSummary; app: testServer.app }
     Component {
         id: serverChatView
         ChatView { app: testServer.app }
@@ -37,10 +37,7 @@ TestCase {
     }
 
     function conversationID(title) {
-        for (const c of summary.conversations)
-            if (c.title === title)
-                return c.id
-        return ""
+        return summary.idForTitle(title)
     }
     // The chat of the conversation titled `title`, once its rows are in.
     function open(title, height) {
@@ -61,9 +58,7 @@ TestCase {
         testServer.app.retryNow() // after a test that left it waiting to reconnect
         let id = ""
         tryVerify(() => {
-            for (const c of serverSummary.conversations)
-                if (c.title === title)
-                    id = c.id
+            id = serverSummary.idForTitle(title)
             return id.length > 0
         })
         testServer.app.selectConversation(id)

@@ -13,7 +13,7 @@ TestCase {
     width: 1000
     height: 720
 
-    HomeSummary { id: summary; app: testApp }
+    ConversationListModel { id: summary; app: testApp }
     ClientInspectorModel { id: probe; app: testApp }
 
     Component {
@@ -28,7 +28,7 @@ TestCase {
     function initTestCase() {
         testApp.startDemo(true)
         tryCompare(testApp, "screen", "staffHome", 20000)
-        tryVerify(() => summary.conversations.length > 0, 10000)
+        tryVerify(() => summary.count > 0, 10000)
     }
     function cleanupTestCase() {
         testApp.signOut()
@@ -36,17 +36,15 @@ TestCase {
     }
 
     function conversationID(title) {
-        for (const c of summary.conversations)
-            if (c.title === title)
-                return c.id
-        return ""
+        return summary.idForTitle(title)
     }
     // A client company's conversation whose company has people.
     function clientConversation() {
-        for (const c of summary.conversations) {
-            probe.conversationID = c.id
+        for (let row = 0; row < summary.count; ++row) {
+            const id = summary.idAt(row)
+            probe.conversationID = id
             if (probe.clientID.length > 0 && probe.people.length > 0)
-                return c.id
+                return id
         }
         return ""
     }

@@ -102,8 +102,8 @@ TestCase {
         tryVerify(() => findChild(root, "demoClientButton") !== null)
         mouseClick(findChild(root, "demoClientButton"))
         tryCompare(testApp, "screen", "clientHome", 20000)
-        tryVerify(() => findChild(root, "conversationList") !== null)
-        tryVerify(() => findChild(root, "conversationList").count > 0)
+        tryVerify(() => findChild(root, "chatView") !== null)
+        tryVerify(() => findChild(root, "chatView").conversationID.length > 0)
         verify(testApp.isDemo)
 
         testApp.signOut()

@@ -18,7 +18,9 @@ Item {
             case "restoring": return null
             case "connecting": return connecting
             case "upgrade": return upgrade
-            default: return home
+            case "staffHome": return staffHome
+            case "clientHome": return clientHome
+            default: return null
             }
         }
     }
@@ -26,5 +28,6 @@ Item {
     Component { id: login; LoginView { app: root.app } }
     Component { id: connecting; ConnectingView { app: root.app } }
     Component { id: upgrade; UpgradeView { app: root.app } }
-    Component { id: home; HomePlaceholder { app: root.app } }
+    Component { id: staffHome; StaffHomeView { app: root.app } }
+    Component { id: clientHome; ClientHomeView { app: root.app } }
 }

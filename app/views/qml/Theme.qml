@@ -39,6 +39,14 @@ QtObject {
     readonly property int settingsTabIcon: 16
     readonly property int settingsDialogWidth: 400
 
+    // Home: the conversation list's column, its unread badge and the empty states
+    readonly property int listPaneWidth: 320
+    readonly property int listPaneMinimumWidth: 260
+    readonly property int badgeHeight: 20
+    readonly property color badgeText: "#FFFFFF"
+    readonly property int emptySymbol: 40
+    readonly property int emptyTextWidth: 300
+
     // Chat: bubbles at most 70% of the list and 640 px wide; 2 px within a run, 10 between authors
     readonly property int bubbleCut: 6
     readonly property real bubbleWidthRatio: 0.7
