@@ -12,6 +12,8 @@
 #include "support/QuietDesktop.h"
 #include "transport/LocalTransport.h"
 #include "views/ChatViewModel.h"
+#include "views/GroupEditorModel.h"
+#include "views/InviteSheetModel.h"
 #include "views/LoginForm.h"
 
 #include <QApplication>
@@ -147,6 +149,41 @@ QString rowWithText(ChatViewModel& chat, const QString& text) {
     return {};
 }
 
+// The invite sheet's result for a client company, and the group editor with two people chosen,
+// over the staff demo.
+void shootSheets(Shooter& shooter, AppModel& model) {
+    const QString direct = conversationTitled(model, QStringLiteral("Panificio Orlandi"));
+    model.selectConversation(direct);
+    const auto company = model.session().state().conversations.value(direct).clientID;
+    model.setProperty("inviteClientID", company.value_or(QString()));
+    model.setProperty("isInviteSheetPresented", true);
+    shooter.shoot(model, QStringLiteral("invite-result"), [](QQuickWindow& w) {
+        auto* sheet = w.findChild<InviteSheetModel*>();
+        if (!sheet)
+            return;
+        sheet->setName(QStringLiteral("Lia Orlandi"));
+        sheet->setEmail(QStringLiteral("lia.orlandi@example.org"));
+        sheet->create();
+        test::waitUntil([&] { return sheet->hasInvite(); }, std::chrono::seconds(10));
+        sheet->copyToClipboard = {};
+        sheet->copyMessage();
+    });
+    model.setProperty("isInviteSheetPresented", false);
+
+    model.setProperty("isNewGroupRequested", true);
+    shooter.shoot(model, QStringLiteral("group-editor"), [](QQuickWindow& w) {
+        for (auto* editor : w.findChildren<GroupEditorModel*>()) {
+            if (!editor->isCreating())
+                continue;
+            editor->setName(QStringLiteral("Consegne di dicembre"));
+            const QList<PersonRow> offered = editor->offered();
+            for (qsizetype i = 0; i < std::min<qsizetype>(2, offered.size()); ++i)
+                editor->toggle(offered[i].user.id);
+        }
+    });
+    model.setProperty("isNewGroupRequested", false);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -267,6 +304,13 @@ int main(int argc, char** argv) {
             model.selectConversation(
                 conversationTitled(model, QStringLiteral("Agriturismo Le Querce")));
             shooter.shoot(model, QStringLiteral("chat-empty"));
+        }
+        {
+            AppModel model(parts(unreachable, nullptr));
+            model.startDemo(true);
+            test::waitUntil([&] { return model.screen() == QStringLiteral("staffHome"); },
+                            std::chrono::seconds(10));
+            shootSheets(shooter, model);
         }
         {
             // A client's conversation on a server of the demo's people, with a member of staff

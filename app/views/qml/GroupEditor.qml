@@ -5,7 +5,7 @@ import Brevio
 
 // The group editor over the window: a new group (name and people) or, with `conversationID`,
 // more people for that group. Esc closes it, Enter confirms.
-Dialog {
+SheetDialog {
     id: editor
 
     property AppModel app
@@ -13,11 +13,6 @@ Dialog {
     property string conversationID
     readonly property alias model: form
 
-    parent: Overlay.overlay
-    anchors.centerIn: parent
-    modal: true
-    width: Math.min(Theme.sheetWidth, parent ? parent.width - 2 * Theme.xl : Theme.sheetWidth)
-    padding: Theme.l
     title: form.title
     closePolicy: Popup.CloseOnEscape
 
@@ -41,6 +36,7 @@ Dialog {
             objectName: "groupNameInput"
             visible: form.isCreating
             label: "Nome"
+            input.color: Theme.text
             placeholder: "Nome del gruppo, per esempio «Cantiere via Roma»"
             text: form.name
             onTextChanged: form.name = text
@@ -58,6 +54,15 @@ Dialog {
             placeholderText: "Cerca persone o aziende"
             Accessible.name: placeholderText
             selectByMouse: true
+            leftPadding: Theme.s + 2
+            rightPadding: Theme.s + 2
+            background: Rectangle {
+                implicitHeight: 32
+                radius: Theme.radiusControl
+                color: Theme.surface
+                border.width: searchField.activeFocus ? 2 : 1
+                border.color: searchField.activeFocus ? Theme.accent : Theme.fieldBorder
+            }
             text: form.search
             Layout.fillWidth: true
             onTextChanged: form.search = text
@@ -161,10 +166,19 @@ Dialog {
     }
 
     footer: DialogButtonBox {
+        background: Item {}
         padding: Theme.l
         topPadding: 0
         Button {
             objectName: "groupCancelButton"
+            palette.button: Theme.surface
+            palette.buttonText: Theme.text
+            palette.window: Theme.surface
+            palette.windowText: Theme.text
+            palette.base: Theme.surface
+            palette.text: Theme.text
+            palette.highlight: Theme.accent
+            palette.highlightedText: "#FFFFFF"
             text: "Annulla"
             Accessible.name: text
             DialogButtonBox.buttonRole: DialogButtonBox.RejectRole

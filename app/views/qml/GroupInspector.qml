@@ -143,27 +143,33 @@ ScrollView {
         onClosed: inspector.showsAddMembers = false
     }
 
-    Dialog {
+    SheetDialog {
         id: leaveDialog
         objectName: "leaveDialog"
-        parent: Overlay.overlay
-        anchors.centerIn: parent
-        modal: true
-        width: Math.min(Theme.sheetWidth, parent ? parent.width - 2 * Theme.xl : Theme.sheetWidth)
         title: "Uscire dal gruppo?"
         onOpened: cancelLeave.forceActiveFocus()
         onClosed: inspector.confirmsLeave = false
         onAccepted: group.leave()
 
         Label {
+            color: Theme.text
             width: parent.width
             text: group.leaveText
             wrapMode: Text.WordWrap
         }
         footer: DialogButtonBox {
+            background: Item {}
             Button {
                 id: cancelLeave
                 objectName: "cancelLeaveButton"
+                palette.button: Theme.surface
+                palette.buttonText: Theme.text
+                palette.window: Theme.surface
+                palette.windowText: Theme.text
+                palette.base: Theme.surface
+                palette.text: Theme.text
+                palette.highlight: Theme.accent
+                palette.highlightedText: "#FFFFFF"
                 text: "Annulla"
                 Accessible.name: text
                 DialogButtonBox.buttonRole: DialogButtonBox.RejectRole
@@ -171,6 +177,14 @@ ScrollView {
             Button {
                 id: confirmLeave
                 objectName: "confirmLeaveButton"
+                palette.button: Theme.surface
+                palette.buttonText: Theme.text
+                palette.window: Theme.surface
+                palette.windowText: Theme.text
+                palette.base: Theme.surface
+                palette.text: Theme.text
+                palette.highlight: Theme.accent
+                palette.highlightedText: "#FFFFFF"
                 text: "Esci"
                 Accessible.name: text
                 DialogButtonBox.buttonRole: DialogButtonBox.AcceptRole

@@ -21,6 +21,7 @@ ColumnLayout {
             sourceSize.height: 22
         }
         Label {
+            color: Theme.text
             text: "Invito pronto"
             font.pixelSize: Theme.title
             font.weight: Font.DemiBold
@@ -28,6 +29,7 @@ ColumnLayout {
         }
     }
     Label {
+        color: Theme.text
         objectName: "inviteResultText"
         text: result.sheet ? result.sheet.resultText : ""
         wrapMode: Text.WordWrap
@@ -59,6 +61,7 @@ ColumnLayout {
         Layout.fillWidth: true
         Layout.preferredHeight: Theme.messageBoxHeight
         TextArea {
+            color: Theme.text
             objectName: "inviteMessage"
             text: result.sheet ? result.sheet.message : ""
             readOnly: true
@@ -79,6 +82,14 @@ ColumnLayout {
         Button {
             id: copyButton
             objectName: "copyMessageButton"
+            palette.button: Theme.surface
+            palette.buttonText: Theme.text
+            palette.window: Theme.surface
+            palette.windowText: Theme.text
+            palette.base: Theme.surface
+            palette.text: Theme.text
+            palette.highlight: Theme.accent
+            palette.highlightedText: "#FFFFFF"
             text: result.sheet ? result.sheet.copyLabel : ""
             icon.source: result.sheet ? "icons/" + result.sheet.copySymbol + ".svg" : ""
             icon.color: Theme.text

@@ -5,17 +5,12 @@ import Brevio
 
 // The invite sheet over the window: the company, the person's name and e-mail; then the result.
 // Esc closes it, Enter creates the invite.
-Dialog {
+SheetDialog {
     id: sheet
 
     property AppModel app
     readonly property alias model: form
 
-    parent: Overlay.overlay
-    anchors.centerIn: parent
-    modal: true
-    width: Math.min(Theme.sheetWidth, parent ? parent.width - 2 * Theme.xl : Theme.sheetWidth)
-    padding: Theme.l
     title: form.hasInvite ? "" : "Invita un cliente"
     closePolicy: Popup.CloseOnEscape
 
@@ -53,6 +48,14 @@ Dialog {
                 ComboBox {
                     id: companyPicker
                     objectName: "companyPicker"
+                    palette.button: Theme.surface
+                    palette.buttonText: Theme.text
+                    palette.window: Theme.surface
+                    palette.windowText: Theme.text
+                    palette.base: Theme.surface
+                    palette.text: Theme.text
+                    palette.highlight: Theme.accent
+                    palette.highlightedText: "#FFFFFF"
                     model: form.companies
                     textRole: "name"
                     valueRole: "id"
@@ -67,6 +70,7 @@ Dialog {
                 objectName: "companyNameField"
                 visible: form.isNewCompany
                 label: "Nome dell'azienda"
+                input.color: Theme.text
                 placeholder: "Falegnameria Bruni"
                 text: form.companyName
                 onTextChanged: form.companyName = text
@@ -76,6 +80,7 @@ Dialog {
                 id: nameField
                 objectName: "personNameField"
                 label: "Nome e cognome"
+                input.color: Theme.text
                 placeholder: "Anna Bruni"
                 text: form.name
                 onTextChanged: form.name = text
@@ -85,6 +90,7 @@ Dialog {
                 id: emailField
                 objectName: "personEmailField"
                 label: "Email"
+                input.color: Theme.text
                 placeholder: "anna.bruni@esempio.it"
                 text: form.email
                 input.inputMethodHints: Qt.ImhEmailCharactersOnly
@@ -112,6 +118,14 @@ Dialog {
                 Item { Layout.fillWidth: true }
                 Button {
                     objectName: "inviteCancelButton"
+                    palette.button: Theme.surface
+                    palette.buttonText: Theme.text
+                    palette.window: Theme.surface
+                    palette.windowText: Theme.text
+                    palette.base: Theme.surface
+                    palette.text: Theme.text
+                    palette.highlight: Theme.accent
+                    palette.highlightedText: "#FFFFFF"
                     text: "Annulla"
                     Accessible.name: text
                     onClicked: sheet.close()

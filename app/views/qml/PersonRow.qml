@@ -41,6 +41,7 @@ Item {
             spacing: 0
             Layout.fillWidth: true
             Label {
+                color: Theme.text
                 text: row.name
                 elide: Text.ElideRight
                 Layout.fillWidth: true

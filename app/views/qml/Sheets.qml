@@ -15,6 +15,13 @@ Item {
 
     onInvitePresentedChanged: invitePresented ? invite.open() : invite.close()
     onGroupRequestedChanged: groupRequested ? newGroup.open() : newGroup.close()
+    // A window made while a request stands (it was closed and opened again) shows the sheet too.
+    Component.onCompleted: {
+        if (invitePresented)
+            invite.open()
+        if (groupRequested)
+            newGroup.open()
+    }
 
     InviteSheet {
         id: invite
