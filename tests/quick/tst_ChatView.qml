@@ -528,6 +528,13 @@ TestCase {
         tryVerify(() => rowWhere(view, r => r.text === second) === null)
     }
 
+    // Clicks `button` once the banner it sits in has slid open far enough to show all of it.
+    function clickWhenOpen(button, banner) {
+        tryVerify(() => button.visible && button.mapToItem(banner, 0, 0).y >= 0
+                        && button.mapToItem(banner, 0, button.height).y <= banner.height)
+        mouseClick(button)
+    }
+
     function test_theBannerWhileTheServerIsOutOfReach() {
         const view = openOnTestServer("Panificio Orlandi")
         const banner = findChild(view, "connectionBanner")
@@ -549,7 +556,7 @@ TestCase {
 
         // Trying at once while it is still out of reach: one more attempt, and the wait again.
         const attempts = testServer.connectionAttempts()
-        mouseClick(retryNow)
+        clickWhenOpen(retryNow, banner)
         tryVerify(() => testServer.connectionAttempts() === attempts + 1)
         tryVerify(() => retryNow.visible && bannerText.text.startsWith("Connessione persa."),
                   10000)
@@ -557,7 +564,7 @@ TestCase {
 
         // Back in reach: "Riprova ora" brings the session online and the banner away.
         testServer.setReachable(true)
-        mouseClick(retryNow)
+        clickWhenOpen(retryNow, banner)
         tryVerify(() => view.chat.online, 10000)
         tryCompare(banner, "visible", false)
         compare(findChild(view, "connectionIndicator").label, "Collegato")
