@@ -110,10 +110,9 @@ Item {
         title: "Esci dall'account"
         modal: true
         anchors.centerIn: parent
-        width: Math.min(view.width, Theme.settingsDialogWidth)
+        contentWidth: Theme.settingsDialogWidth
 
-        Label {
-            width: parent.width
+        contentItem: Label {
             text: "Su questo computer si cancella anche la copia locale delle chat. I messaggi restano sul server."
             wrapMode: Text.WordWrap
         }
