@@ -182,6 +182,13 @@ void shootSheets(Shooter& shooter, AppModel& model) {
         }
     });
     model.setProperty("isNewGroupRequested", false);
+
+    // The inspectors beside a client's conversation and beside a group.
+    model.setProperty("showsInspector", true);
+    shooter.shoot(model, QStringLiteral("inspector-client"));
+    model.selectConversation(conversationTitled(model, QString::fromUtf8(DemoSeed::groupTitle)));
+    shooter.shoot(model, QStringLiteral("inspector-group"));
+    model.setProperty("showsInspector", false);
 }
 
 } // namespace
