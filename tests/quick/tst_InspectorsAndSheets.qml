@@ -202,6 +202,48 @@ TestCase {
         compare(testApp.selectedConversationID, "")
     }
 
+    function test_group_editor_by_keyboard() {
+        const sheets = createTemporaryObject(sheetsComponent, test)
+        testApp.isNewGroupRequested = true
+        const editor = sheets.groupEditor
+        tryCompare(editor, "opened", true)
+        // The name field has the focus; Tab goes on to the search, Down into the list.
+        const name = findChild(editor, "groupNameInput").input
+        tryCompare(name, "activeFocus", true)
+        for (const c of "Tastiera")
+            keyClick(c)
+        keyClick(Qt.Key_Tab)
+        const search = findChild(editor, "groupSearchField")
+        tryCompare(search, "activeFocus", true)
+        for (const c of "conti")
+            keyClick(c)
+        const list = findChild(editor, "groupCandidates")
+        tryCompare(list, "count", 1)
+        keyClick(Qt.Key_Down)
+        tryCompare(list, "activeFocus", true)
+        keyClick(Qt.Key_Space)
+        compare(findChild(editor, "groupSelectionText").text, "1 persona scelta")
+        keyClick(Qt.Key_Return)
+        tryCompare(editor, "opened", false, 10000)
+        const id = testApp.selectedConversationID
+        tryVerify(() => id.length > 0 && conversationID("Tastiera") === id, 10000)
+
+        // Esc closes the editor and clears the request.
+        testApp.isNewGroupRequested = true
+        tryCompare(editor, "opened", true)
+        compare(findChild(editor, "groupNameInput").text, "")
+        keyClick(Qt.Key_Escape)
+        tryCompare(editor, "opened", false)
+        verify(!testApp.isNewGroupRequested)
+
+        // Leaving again, so that the demo stays as it was.
+        const pane = createTemporaryObject(paneComponent, test, { conversationID: id })
+        const inspector = findChild(pane, "groupInspector")
+        verify(inspector)
+        inspector.model.leave()
+        tryVerify(() => conversationID("Tastiera") === "", 10000)
+    }
+
     function test_organization_with_nothing_selected() {
         const pane = createTemporaryObject(paneComponent, test, { conversationID: "" })
         compare(pane.shows, "organization")
