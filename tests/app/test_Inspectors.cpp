@@ -204,9 +204,9 @@ TEST_F(InspectorTest, GroupInspectorRenamesRemovesAndLeaves) {
     const QStringList members = state().conversations[id].memberIDs.value_or(QStringList());
     ASSERT_GE(members.size(), 3);
     EXPECT_EQ(inspector.countText(), peopleCount(members.size()));
-    EXPECT_EQ(inspector.leaveText(), QStringLiteral("Non vedrai più i messaggi di ") +
-                                         inspector.name() +
-                                         QStringLiteral(". Solo lo staff può aggiungerti di nuovo."));
+    EXPECT_EQ(inspector.leaveText(),
+              QStringLiteral("Non vedrai più i messaggi di ") + inspector.name() +
+                  QStringLiteral(". Solo lo staff può aggiungerti di nuovo."));
 
     // Everyone but the user can be removed, each with its own label.
     const QString me = state().me->id;
@@ -215,8 +215,8 @@ TEST_F(InspectorTest, GroupInspectorRenamesRemovesAndLeaves) {
         const QVariantMap row = v.toMap();
         const bool mine = row["userID"].toString() == me;
         EXPECT_EQ(row["removable"].toBool(), !mine);
-        EXPECT_EQ(row["removeLabel"].toString(),
-                  QStringLiteral("Togli ") + row["name"].toString() + QStringLiteral(" dal gruppo"));
+        EXPECT_EQ(row["removeLabel"].toString(), QStringLiteral("Togli ") + row["name"].toString() +
+                                                     QStringLiteral(" dal gruppo"));
         if (!mine && someone.isEmpty())
             someone = row["userID"].toString();
     }
@@ -274,6 +274,48 @@ TEST_F(InspectorTest, GroupChangesWhileOfflineFailCleanly) {
     EXPECT_EQ(world.model->selectedConversationIDText(), id);
     inspector.clearError();
     EXPECT_TRUE(inspector.error().isEmpty());
+}
+
+TEST(ClientGroupInspector, AClientSeesTheMembersAndMayOnlyLeave) {
+    AppWorld world;
+    // A client who belongs to a group.
+    QString id;
+    for (const auto& account : world.server->seededAccounts()) {
+        if (account.role != Role::client)
+            continue;
+        Correspondent probe(world, account.email);
+        for (const Conversation& c : probe.session.state().conversations)
+            if (c.kind == ConversationKind::group)
+                id = c.id;
+        if (!id.isEmpty()) {
+            std::optional<std::expected<void, ChatError>> result;
+            world.model->session().signIn(world.url, account.email,
+                                          QString::fromLatin1(LocalServer::demoPassword),
+                                          [&](std::expected<void, ChatError> r) { result = r; });
+            world.advance(0ms);
+            ASSERT_TRUE(result && result->has_value());
+            break;
+        }
+    }
+    ASSERT_FALSE(id.isEmpty());
+    GroupInspectorModel inspector;
+    inspector.setApp(world.model.get());
+    inspector.setConversationID(id);
+    EXPECT_FALSE(inspector.canManage());
+    ASSERT_FALSE(inspector.members().isEmpty());
+    for (const QVariant& row : inspector.members())
+        EXPECT_FALSE(row.toMap()["removable"].toBool());
+    const QString name = inspector.name();
+    inspector.rename(QStringLiteral("Nome nuovo"));
+    inspector.removeMember(inspector.memberRows().constFirst().user.id);
+    world.advance(0ms);
+    EXPECT_EQ(inspector.name(), name);
+    EXPECT_FALSE(inspector.working());
+
+    inspector.leave();
+    world.advance(0ms);
+    EXPECT_TRUE(inspector.error().isEmpty()) << inspector.error().toStdString();
+    EXPECT_FALSE(world.model->session().state().conversations.contains(id));
 }
 
 } // namespace

@@ -244,6 +244,26 @@ TestCase {
         tryVerify(() => conversationID("Tastiera") === "", 10000)
     }
 
+    function test_notes_typed_in_the_client_inspector_are_saved() {
+        const id = clientConversation()
+        const pane = createTemporaryObject(paneComponent, test, { conversationID: id })
+        const inspector = findChild(pane, "clientInspector")
+        verify(inspector)
+        const field = findChild(inspector, "notesField")
+        const before = field.text
+        field.forceActiveFocus()
+        field.cursorPosition = field.length
+        for (const c of " Ok")
+            keyClick(c)
+        compare(inspector.model.notes, before + " Ok")
+        verify(inspector.model.savePending)
+        // Saved a second later: another view of the same company reads it from the session.
+        probe.conversationID = id
+        tryCompare(probe, "notes", before + " Ok", 5000)
+        tryCompare(inspector.model, "savePending", false)
+        compare(findChild(inspector, "notesError").text, "")
+    }
+
     function test_organization_with_nothing_selected() {
         const pane = createTemporaryObject(paneComponent, test, { conversationID: "" })
         compare(pane.shows, "organization")
