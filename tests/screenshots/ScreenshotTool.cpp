@@ -191,6 +191,35 @@ void shootSheets(Shooter& shooter, AppModel& model) {
     model.setProperty("showsInspector", false);
 }
 
+// The settings window on each of its tabs, over the staff demo; the notifications tab also as it
+// looks when nothing can show notifications.
+void shootSettings(const QString& directory, bool dark, AppModel& model) {
+    const auto shootTab = [&](int tab, const QString& name) {
+        QQmlApplicationEngine engine;
+        engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+        engine.setInitialProperties({{QStringLiteral("app"), QVariant::fromValue(&model)},
+                                     {QStringLiteral("currentTab"), tab}});
+        engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Brevio/SettingsWindow.qml")));
+        auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().value(0));
+        if (!window)
+            return;
+        window->show();
+        test::waitUntil([&] { return window->isExposed(); }, std::chrono::seconds(5));
+        QCursor::setPos(window->screen(), window->screen()->geometry().bottomRight());
+        Shooter::settle();
+        const QString path = QDir(directory).filePath(
+            name + (dark ? QStringLiteral("-dark.png") : QStringLiteral("-light.png")));
+        window->grabWindow().save(path);
+        std::printf("%s\n", qPrintable(path));
+    };
+    shootTab(0, QStringLiteral("settings-account"));
+    shootTab(1, QStringLiteral("settings-notifications"));
+    model.setNotificationsBlocked(true);
+    shootTab(1, QStringLiteral("settings-notifications-blocked"));
+    model.setNotificationsBlocked(false);
+    shootTab(2, QStringLiteral("settings-general"));
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -318,6 +347,7 @@ int main(int argc, char** argv) {
             test::waitUntil([&] { return model.screen() == QStringLiteral("staffHome"); },
                             std::chrono::seconds(10));
             shootSheets(shooter, model);
+            shootSettings(directory, dark, model);
         }
         {
             // A client's conversation on a server of the demo's people, with a member of staff

@@ -52,6 +52,15 @@ ApplicationWindow {
         id: tabs
         objectName: "settingsTabs"
         onCurrentIndexChanged: settings.refresh()
+        background: Rectangle {
+            color: Theme.window
+            Rectangle {
+                anchors.bottom: parent.bottom
+                width: parent.width
+                height: 1
+                color: Theme.separator
+            }
+        }
 
         Repeater {
             model: [
@@ -60,6 +69,7 @@ ApplicationWindow {
                 { label: "Generali", symbol: "gearshape" }
             ]
             delegate: TabButton {
+                id: tabButton
                 required property var modelData
                 objectName: "tab" + modelData.label
                 text: modelData.label
@@ -68,6 +78,18 @@ ApplicationWindow {
                 icon.width: Theme.settingsTabIcon
                 icon.height: Theme.settingsTabIcon
                 Accessible.name: text
+                font.weight: checked ? Font.DemiBold : Font.Normal
+                background: Rectangle {
+                    color: tabButton.checked ? Theme.surface
+                                             : (tabButton.hovered ? Theme.hover : Theme.window)
+                    Rectangle {
+                        anchors.bottom: parent.bottom
+                        width: parent.width
+                        height: Theme.focusRing
+                        visible: tabButton.checked || tabButton.visualFocus
+                        color: Theme.accent
+                    }
+                }
             }
         }
     }
