@@ -10,6 +10,10 @@ namespace brevio {
 
 ClientHomeModel::ClientHomeModel(QObject* parent) : QObject(parent) {}
 
+AppModel* ClientHomeModel::app() const {
+    return app_;
+}
+
 void ClientHomeModel::setApp(AppModel* app) {
     if (app_ == app)
         return;

@@ -35,7 +35,7 @@ class ClientHomeModel : public QObject {
 public:
     explicit ClientHomeModel(QObject* parent = nullptr);
 
-    AppModel* app() const { return app_; }
+    AppModel* app() const;
     void setApp(AppModel* app);
 
     static QString title() { return QStringLiteral("Brevio"); }

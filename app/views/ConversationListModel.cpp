@@ -5,6 +5,8 @@
 #include "views/RelativeTime.h"
 #include "views/TextMatch.h"
 
+#include <QElapsedTimer>
+
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -17,17 +19,44 @@ constexpr qint64 noMessage = std::numeric_limits<qint64>::min();
 // Beyond this many moves the list is reset instead: cheaper than moving most of its rows.
 constexpr int maxMoves = 64;
 
-// The folded text as UTF-8, without halves of surrogate pairs (they would turn into "?").
-std::string foldedUtf8(const QString& text) {
-    QString folded = TextMatch::fold(text);
-    for (qsizetype i = 0; i < folded.size(); ++i) {
-        const QChar c = folded.at(i);
-        if (c.isHighSurrogate() && i + 1 < folded.size() && folded.at(i + 1).isLowSurrogate())
-            ++i;
-        else if (c.isSurrogate())
-            folded.remove(i--, 1);
+// Appends `text` folded as TextMatch::fold folds it, a character at a time, as UTF-8: ASCII
+// lowered in place, other characters through a table filled on first sight, surrogate pairs as
+// they are and halves of pairs left out (they would turn into "?").
+void appendFolded(std::string& out, const QString& text) {
+    thread_local QHash<char16_t, std::string> table;
+    const auto* p = reinterpret_cast<const char16_t*>(text.constData());
+    const qsizetype n = text.size();
+    for (qsizetype i = 0; i < n; ++i) {
+        const char16_t c = p[i];
+        if (c < 0x80) {
+            out += char(c >= u'A' && c <= u'Z' ? c + 32 : c);
+            continue;
+        }
+        if (QChar::isHighSurrogate(c)) {
+            if (i + 1 < n && QChar::isLowSurrogate(p[i + 1])) {
+                const char32_t code = QChar::surrogateToUcs4(c, p[i + 1]);
+                out += char(0xF0 | (code >> 18));
+                out += char(0x80 | ((code >> 12) & 0x3F));
+                out += char(0x80 | ((code >> 6) & 0x3F));
+                out += char(0x80 | (code & 0x3F));
+                ++i;
+            }
+            continue;
+        }
+        if (QChar::isLowSurrogate(c))
+            continue;
+        auto it = table.find(c);
+        if (it == table.end())
+            it = table.insert(c, TextMatch::fold(QString(QChar(c))).toStdString());
+        out += *it;
     }
-    return folded.toStdString();
+}
+
+std::string foldedUtf8(const QString& text) {
+    std::string out;
+    out.reserve(size_t(text.size()));
+    appendFolded(out, text);
+    return out;
 }
 
 bool containsNeedle(const std::string& haystack, const std::string& needle) {
@@ -302,6 +331,10 @@ const ConversationListModel::Row& ConversationListModel::row(int index) const {
 
 // ---- Inputs -----------------------------------------------------------------------------------
 
+AppModel* ConversationListModel::app() const {
+    return app_;
+}
+
 void ConversationListModel::setApp(AppModel* app) {
     if (app_ == app)
         return;
@@ -325,6 +358,8 @@ void ConversationListModel::refreshFromApp() {
     const QDateTime now = app_->clock().now();
     refresh(app_->session().state(), now);
     scheduleDayChange(now);
+    warmCursor_ = 0;
+    scheduleWarmUp();
 }
 
 void ConversationListModel::scheduleDayChange(const QDateTime& now) {
@@ -444,6 +479,50 @@ bool ConversationListModel::passesFilter(const Entry& e) const {
     return true;
 }
 
+namespace {
+
+MessagesStamp messagesStampOf(const ChatState& state, const QString& id, qint64 revision) {
+    const auto lit = state.messages.constFind(id);
+    if (lit == state.messages.cend() || lit->isEmpty())
+        return {};
+    return {lit->size(), lit->constFirst().seq, lit->constLast().seq, revision, lit->constData()};
+}
+
+} // namespace
+
+void ConversationListModel::foldNames(Entry& e, const ChatState& state) {
+    if (e.namesKnown)
+        return;
+    const auto cit = state.conversations.constFind(e.row.id);
+    QString names = e.row.title;
+    if (cit != state.conversations.cend()) {
+        if (e.row.isGroup) {
+            for (const QString& id : cit->memberIDs.value_or(QStringList()))
+                names += u'\n' + state.users.value(id).name;
+        } else {
+            names += u'\n' + e.row.company;
+        }
+    }
+    e.names = foldedUtf8(names);
+    e.namesKnown = true;
+}
+
+void ConversationListModel::foldMessages(Entry& e, const ChatState& state) {
+    const MessagesStamp ms = messagesStampOf(state, e.row.id, e.stamp.revision);
+    if (ms == e.messagesStamp)
+        return;
+    e.messages.clear();
+    const auto lit = state.messages.constFind(e.row.id);
+    if (lit != state.messages.cend())
+        for (const ChatMessage& m : *lit)
+            if (!m.isDeleted()) {
+                appendFolded(e.messages, m.text);
+                e.messages += '\n';
+            }
+    e.messagesStamp = ms;
+    e.matchKnown = false;
+}
+
 bool ConversationListModel::matchesSearch(Entry& e, const ChatState& state) {
     if (!searching_)
         return true;
@@ -451,46 +530,44 @@ bool ConversationListModel::matchesSearch(Entry& e, const ChatState& state) {
     if (needle_.empty())
         return false;
     // Loaded messages that changed without the row (an older page) make the answer stale.
-    MessagesStamp ms;
-    const auto lit = state.messages.constFind(e.row.id);
-    if (lit != state.messages.cend() && !lit->isEmpty())
-        ms = {lit->size(), lit->constFirst().seq, lit->constLast().seq, e.stamp.revision,
-              lit->constData()};
-    if (ms != e.messagesStamp)
+    if (messagesStampOf(state, e.row.id, e.stamp.revision) != e.messagesStamp)
         e.matchKnown = false;
     if (e.matchKnown)
         return e.matches;
-
-    if (!e.namesKnown) {
-        const auto cit = state.conversations.constFind(e.row.id);
-        QString names = e.row.title;
-        if (cit != state.conversations.cend()) {
-            if (e.row.isGroup) {
-                for (const QString& id : cit->memberIDs.value_or(QStringList()))
-                    names += u'\n' + state.users.value(id).name;
-            } else {
-                names += u'\n' + e.row.company;
-            }
-        }
-        e.names = foldedUtf8(names);
-        e.namesKnown = true;
-    }
+    foldNames(e, state);
+    if (!containsNeedle(e.names, needle_))
+        foldMessages(e, state);
     e.matchKnown = true;
-    e.matches = containsNeedle(e.names, needle_);
-    if (e.matches)
-        return true;
-    if (ms != e.messagesStamp) {
-        e.messages.clear();
-        if (lit != state.messages.cend())
-            for (const ChatMessage& m : *lit)
-                if (!m.isDeleted()) {
-                    e.messages += foldedUtf8(m.text);
-                    e.messages += '\n';
-                }
-        e.messagesStamp = ms;
-    }
-    e.matches = containsNeedle(e.messages, needle_);
+    e.matches = containsNeedle(e.names, needle_) || containsNeedle(e.messages, needle_);
     return e.matches;
+}
+
+void ConversationListModel::scheduleWarmUp() {
+    if (!app_ || warmUp_)
+        return;
+    QPointer<ConversationListModel> self(this);
+    warmUp_ = app_->clock().schedule(Duration(0), [self] {
+        if (!self)
+            return;
+        self->warmUp_.reset();
+        self->warmUpSlice();
+    });
+}
+
+void ConversationListModel::warmUpSlice() {
+    if (!app_)
+        return;
+    // A few milliseconds at a time, so the first keystroke of a search finds the texts folded.
+    const ChatState& state = app_->session().state();
+    QElapsedTimer slice;
+    slice.start();
+    while (warmCursor_ < storage_.size() && slice.elapsed() < 4) {
+        Entry& e = *storage_[warmCursor_++];
+        foldNames(e, state);
+        foldMessages(e, state);
+    }
+    if (warmCursor_ < storage_.size())
+        scheduleWarmUp();
 }
 
 bool ConversationListModel::lessThan(const Entry* a, const Entry* b) const {

@@ -96,7 +96,7 @@ public:
     QVariant data(const QModelIndex& index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
 
-    AppModel* app() const { return app_; }
+    AppModel* app() const;
     void setApp(AppModel* app);
     int filter() const { return int(filter_); }
     void setFilter(int filter);
@@ -149,6 +149,10 @@ private:
     bool makeRow(Entry& e, const Conversation& c, const ChatState& state, const QDateTime& now);
     bool passesFilter(const Entry& e) const;
     bool matchesSearch(Entry& e, const ChatState& state);
+    void foldNames(Entry& e, const ChatState& state);
+    void foldMessages(Entry& e, const ChatState& state);
+    void scheduleWarmUp();
+    void warmUpSlice();
     bool lessThan(const Entry* a, const Entry* b) const;
     void reorder(const ChatState& state, bool resort);
     void showRows(std::vector<Entry*> next, const QSet<Entry*>& changed);
@@ -176,6 +180,8 @@ private:
     QSet<QString> onlineCompanies_;
     QDate today_;
     std::unique_ptr<Timer> dayChange_;
+    std::unique_ptr<Timer> warmUp_;
+    size_t warmCursor_ = 0;
     quint64 pass_ = 0;
     const ChatState* state_ = nullptr; // during a refresh
 };

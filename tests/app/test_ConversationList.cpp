@@ -528,6 +528,18 @@ TEST(ConversationListUpdates, FollowsTheSessionTheSelectionAndTheDay) {
     EXPECT_EQ(selection.size(), 1);
     EXPECT_EQ(list.inspectorHelp(), "Mostra o nascondi la scheda del cliente");
 
+    // Searching after the texts were folded in the background still sees what comes in later.
+    world.advance(100ms);
+    list.setSearch(QStringLiteral("ci siete"));
+    EXPECT_EQ(list.count(), 1);
+    list.setSearch(QStringLiteral("ananas"));
+    EXPECT_EQ(list.count(), 0);
+    client.session.send(shared, QStringLiteral("Portate gli ananas"));
+    world.advance(0ms);
+    EXPECT_EQ(list.count(), 1);
+    EXPECT_EQ(list.idAt(0), shared);
+    list.setSearch(QString());
+
     // The clock passes midnight in Rome: today's time becomes "Ieri".
     const QString today = list.row(0).time;
     ASSERT_EQ(today.size(), 5) << today.toStdString();
