@@ -76,9 +76,8 @@ QList<PersonRow> GroupEditorModel::offered() const {
         QString detail = QStringLiteral("Staff");
         if (user.role == Role::client) {
             const auto company = state.clients.constFind(user.clientID.value_or(QString()));
-            detail = company != state.clients.cend()
-                         ? QStringLiteral("Cliente · ") + company->name
-                         : QStringLiteral("Cliente");
+            detail = company != state.clients.cend() ? QStringLiteral("Cliente · ") + company->name
+                                                     : QStringLiteral("Cliente");
         }
         rows.append({user, state.online.contains(user.id), detail});
     }
@@ -111,15 +110,14 @@ QString GroupEditorModel::emptyText() const {
     if (offered().isEmpty())
         return QStringLiteral("Nessuno da aggiungere");
     if (candidateRows().isEmpty())
-        return QStringLiteral("Nessun risultato per «") + search_.trimmed() +
-               QStringLiteral("»");
+        return QStringLiteral("Nessun risultato per «") + search_.trimmed() + QStringLiteral("»");
     return {};
 }
 
 QString GroupEditorModel::selectionText() const {
-    return selected_.size() == 1 ? QStringLiteral("1 persona scelta")
-                                 : QString::number(selected_.size()) +
-                                       QStringLiteral(" persone scelte");
+    return selected_.size() == 1
+               ? QStringLiteral("1 persona scelta")
+               : QString::number(selected_.size()) + QStringLiteral(" persone scelte");
 }
 
 bool GroupEditorModel::canConfirm() const {
@@ -135,9 +133,8 @@ void GroupEditorModel::toggle(const QString& userID) {
         selected_.remove(userID);
     } else {
         const auto offers = offered();
-        const bool offeredNow = std::any_of(offers.begin(), offers.end(), [&](const PersonRow& r) {
-            return r.user.id == userID;
-        });
+        const bool offeredNow = std::any_of(
+            offers.begin(), offers.end(), [&](const PersonRow& r) { return r.user.id == userID; });
         if (!offeredNow)
             return;
         selected_.insert(userID);
@@ -159,19 +156,19 @@ void GroupEditorModel::confirm() {
     const quint64 attempt = ++attempt_;
     QPointer<GroupEditorModel> self(this);
     if (isCreating()) {
-        app_->session().createGroup(
-            name_.trimmed(), ids, [self, attempt](std::expected<QString, ChatError> result) {
-                if (!self || attempt != self->attempt_)
-                    return;
-                self->setWorking(false);
-                if (!result) {
-                    self->setError(result.error().description());
-                    return;
-                }
-                if (self->app_)
-                    self->app_->selectConversation(*result);
-                Q_EMIT self->created(*result);
-            });
+        app_->session().createGroup(name_.trimmed(), ids,
+                                    [self, attempt](std::expected<QString, ChatError> result) {
+                                        if (!self || attempt != self->attempt_)
+                                            return;
+                                        self->setWorking(false);
+                                        if (!result) {
+                                            self->setError(result.error().description());
+                                            return;
+                                        }
+                                        if (self->app_)
+                                            self->app_->selectConversation(*result);
+                                        Q_EMIT self->created(*result);
+                                    });
     } else {
         app_->session().addMembers(conversationID_, ids,
                                    [self, attempt](std::expected<void, ChatError> result) {

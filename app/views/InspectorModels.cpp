@@ -78,8 +78,8 @@ void ClientInspectorModel::load() {
         loadedClient_ = client;
         dirty_ = false;
         saveError_.reset();
-        const auto& clients = app_ ? app_->session().state().clients
-                                   : QHash<QString, ClientCompany>();
+        const auto& clients =
+            app_ ? app_->session().state().clients : QHash<QString, ClientCompany>();
         const auto found = clients.constFind(client);
         notes_ = found != clients.cend() ? found->notes.value_or(QString()) : QString();
         Q_EMIT notesChanged();
@@ -183,20 +183,20 @@ void ClientInspectorModel::save() {
     const QString text = notes_;
     saving_ = true;
     QPointer<ClientInspectorModel> self(this);
-    app_->session().updateClient(
-        loadedClient_, std::nullopt, text,
-        [self, generation, text](std::expected<void, ChatError> result) {
-            if (!self || generation != self->generation_)
-                return;
-            self->saving_ = false;
-            if (result) {
-                self->saveError_.reset();
-                self->dirty_ = self->notes_ != text;
-            } else {
-                self->saveError_ = QStringLiteral("Note non salvate: ") + result.error().description();
-            }
-            Q_EMIT self->notesChanged();
-        });
+    app_->session().updateClient(loadedClient_, std::nullopt, text,
+                                 [self, generation, text](std::expected<void, ChatError> result) {
+                                     if (!self || generation != self->generation_)
+                                         return;
+                                     self->saving_ = false;
+                                     if (result) {
+                                         self->saveError_.reset();
+                                         self->dirty_ = self->notes_ != text;
+                                     } else {
+                                         self->saveError_ = QStringLiteral("Note non salvate: ") +
+                                                            result.error().description();
+                                     }
+                                     Q_EMIT self->notesChanged();
+                                 });
     if (self)
         Q_EMIT notesChanged();
 }
@@ -353,7 +353,8 @@ QVariantList GroupInspectorModel::members() const {
     const auto& me = app_ ? app_->session().state().me : std::optional<User>();
     for (const PersonRow& row : memberRows()) {
         QVariantMap map = row.toVariant();
-        map.insert(QStringLiteral("removeLabel"), QStringLiteral("Togli ") + row.user.name + QStringLiteral(" dal gruppo"));
+        map.insert(QStringLiteral("removeLabel"),
+                   QStringLiteral("Togli ") + row.user.name + QStringLiteral(" dal gruppo"));
         map.insert(QStringLiteral("removable"), manage && (!me || me->id != row.user.id));
         list.append(map);
     }

@@ -132,27 +132,27 @@ void InviteSheetModel::create() {
     setWorking(true);
     const quint64 attempt = ++attempt_;
     QPointer<InviteSheetModel> self(this);
-    app_->session().createInvite(
-        clientID, company, name_.trimmed(), email_.trimmed(),
-        [self, attempt](std::expected<Invite, ChatError> result) {
-            if (!self || attempt != self->attempt_)
-                return;
-            self->setWorking(false);
-            if (!result) {
-                self->setError(result.error().description());
-                return;
-            }
-            self->invite_ = *result;
-            if (self->app_)
-                self->app_->rememberInvite(*result);
-            Q_EMIT self->inviteChanged();
-        });
+    app_->session().createInvite(clientID, company, name_.trimmed(), email_.trimmed(),
+                                 [self, attempt](std::expected<Invite, ChatError> result) {
+                                     if (!self || attempt != self->attempt_)
+                                         return;
+                                     self->setWorking(false);
+                                     if (!result) {
+                                         self->setError(result.error().description());
+                                         return;
+                                     }
+                                     self->invite_ = *result;
+                                     if (self->app_)
+                                         self->app_->rememberInvite(*result);
+                                     Q_EMIT self->inviteChanged();
+                                 });
 }
 
 QString InviteSheetModel::resultText() const {
     if (!invite_)
         return {};
-    return QStringLiteral("Manda a ") + invite_->name + QStringLiteral(" questo codice. Si usa una volta sola e vale fino al ") +
+    return QStringLiteral("Manda a ") + invite_->name +
+           QStringLiteral(" questo codice. Si usa una volta sola e vale fino al ") +
            longDate(invite_->expiresAt, zone_);
 }
 
@@ -165,12 +165,16 @@ QString InviteSheetModel::message() const {
 QString InviteSheetModel::inviteMessage(const Invite& invite, const QString& organization,
                                         const QTimeZone& zone) {
     const QString expiry = longDate(invite.expiresAt, zone);
-    return QStringLiteral("Ciao ") + invite.name + QStringLiteral(", ti abbiamo attivato Brevio, la chat diretta con ") +
-           organization + QStringLiteral(".\n\n") + QStringLiteral("1. Apri ") + QLatin1String(AppConfig::webClient) +
+    return QStringLiteral("Ciao ") + invite.name +
+           QStringLiteral(", ti abbiamo attivato Brevio, la chat diretta con ") + organization +
+           QStringLiteral(".\n\n") + QStringLiteral("1. Apri ") +
+           QLatin1String(AppConfig::webClient) +
            QStringLiteral(" dal browser, oppure installa l'app per Mac: ") +
            QLatin1String(AppConfig::desktopInstaller) + QLatin1Char('\n') +
-           QStringLiteral("2. Scegli «Ho un codice di invito».\n") + QStringLiteral("3. Scrivi il codice ") + invite.code +
-           QStringLiteral(" e scegli la tua password.\n\n") + QStringLiteral("Il codice vale fino al ") + expiry;
+           QStringLiteral("2. Scegli «Ho un codice di invito».\n") +
+           QStringLiteral("3. Scrivi il codice ") + invite.code +
+           QStringLiteral(" e scegli la tua password.\n\n") +
+           QStringLiteral("Il codice vale fino al ") + expiry;
 }
 
 void InviteSheetModel::copyMessage() {

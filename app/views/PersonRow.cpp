@@ -19,7 +19,8 @@ QVariantMap PersonRow::toVariant() const {
 }
 
 QString peopleCount(qsizetype count) {
-    return count == 1 ? QStringLiteral("1 persona") : QString::number(count) + QStringLiteral(" persone");
+    return count == 1 ? QStringLiteral("1 persona")
+                      : QString::number(count) + QStringLiteral(" persone");
 }
 
 QString longDate(const QDateTime& moment, const QTimeZone& zone) {
@@ -29,8 +30,8 @@ QString longDate(const QDateTime& moment, const QTimeZone& zone) {
 
 void sortByName(QList<PersonRow>& rows) {
     std::stable_sort(rows.begin(), rows.end(), [](const PersonRow& a, const PersonRow& b) {
-        const int order = QString::compare(TextMatch::fold(a.user.name),
-                                           TextMatch::fold(b.user.name));
+        const int order =
+            QString::compare(TextMatch::fold(a.user.name), TextMatch::fold(b.user.name));
         return order != 0 ? order < 0 : a.user.id < b.user.id;
     });
 }

@@ -43,9 +43,9 @@ TEST(InviteMessage, IsWrittenWordForWord) {
         InviteSheetModel::inviteMessage(invite, QStringLiteral("Ardena"), QTimeZone::utc());
     EXPECT_EQ(message.toUtf8(), expected.toUtf8());
     // The date is the one where the user is: in Rome that moment is already the 4th.
-    EXPECT_TRUE(InviteSheetModel::inviteMessage(invite, QStringLiteral("Ardena"),
-                                                QTimeZone("Europe/Rome"))
-                    .endsWith(QStringLiteral("fino al 4 marzo 2026")));
+    EXPECT_TRUE(
+        InviteSheetModel::inviteMessage(invite, QStringLiteral("Ardena"), QTimeZone("Europe/Rome"))
+            .endsWith(QStringLiteral("fino al 4 marzo 2026")));
     EXPECT_TRUE(QString::fromLatin1(AppConfig::webClient).startsWith(u"https://"));
     EXPECT_TRUE(QString::fromLatin1(AppConfig::desktopInstaller).startsWith(u"https://"));
 }
@@ -89,8 +89,8 @@ TEST_F(SheetTest, InviteSheetPreselectsTheCompanyCreatesTheInviteAndCopiesTheMes
     EXPECT_EQ(sheet.resultText(),
               QStringLiteral("Manda a Marta Galli questo codice. Si usa una volta sola e vale "
                              "fino al ") +
-                  QLocale(QLocale::Italian).toString(invite.expiresAt.toUTC().date(),
-                                                     QStringLiteral("d MMMM yyyy")));
+                  QLocale(QLocale::Italian)
+                      .toString(invite.expiresAt.toUTC().date(), QStringLiteral("d MMMM yyyy")));
     EXPECT_EQ(sheet.message(),
               InviteSheetModel::inviteMessage(invite, state().organization, QTimeZone::utc()));
     EXPECT_TRUE(sheet.message().contains(QStringLiteral("la chat diretta con ") +
