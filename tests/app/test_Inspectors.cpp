@@ -84,6 +84,19 @@ TEST_F(InspectorTest, ClientInspectorShowsTheCompanyItsPeopleAndItsInvite) {
     EXPECT_EQ(inspector.inviteState(), QStringLiteral("Nessuno ha ancora attivato l'invito."));
     EXPECT_EQ(inspector.inviteButton(), QStringLiteral("Invita un'altra persona…"));
 
+    // An invite nobody used in time, and one that was used.
+    world.model->rememberInvite({QStringLiteral("ABCD-EFGH"), inspector.clientID(),
+                                 QStringLiteral("Nina Rota"), QStringLiteral("nina@example.org"),
+                                 world.clock.now().addSecs(-1)});
+    EXPECT_TRUE(inspector.inviteState().startsWith(QStringLiteral("L'invito è scaduto il ")))
+        << inspector.inviteState().toStdString();
+    const QString seededClient = clientConversation();
+    inspector.setConversationID(seededClient);
+    world.model->rememberInvite({QStringLiteral("WXYZ-2345"), inspector.clientID(), client.name,
+                                 client.email.toUpper(), world.clock.now()});
+    EXPECT_EQ(inspector.inviteState(), client.name + QStringLiteral(" ha attivato l'invito."));
+    inspector.setConversationID(emptyCompanyConversation());
+
     // The invite buttons open the sheet for this company.
     inspector.openInvite();
     EXPECT_TRUE(world.model->property("isInviteSheetPresented").toBool());
