@@ -40,6 +40,8 @@ TestCase {
         verify(!findChild(home, "clientEmptyState").visible)
 
         const account = findChild(home, "accountButton")
+        // At the header's right end.
+        compare(account.x + account.width, account.parent.width)
         compare(account.Accessible.name, "Il tuo account")
         mouseClick(account)
         const settings = findChild(home, "settingsItem")

@@ -191,6 +191,24 @@ void shootSheets(Shooter& shooter, AppModel& model) {
     model.setProperty("showsInspector", false);
 }
 
+// The staff's home with nothing open and with the list searched by a message's text, then the
+// client's home, over the demos.
+void shootHomes(Shooter& shooter, AppModel& model) {
+    model.startDemo(true);
+    test::waitUntil([&] { return model.screen() == QStringLiteral("staffHome"); },
+                    std::chrono::seconds(10));
+    model.selectConversation(QString());
+    shooter.shoot(model, QStringLiteral("home-staff-none"));
+    shooter.shoot(model, QStringLiteral("home-staff-search"), [](QQuickWindow& w) {
+        if (QQuickItem* field = itemNamed(w.contentItem(), QStringLiteral("listSearchField")))
+            field->setProperty("text", QStringLiteral("driver"));
+    });
+    model.startDemo(false);
+    test::waitUntil([&] { return model.screen() == QStringLiteral("clientHome"); },
+                    std::chrono::seconds(10));
+    shooter.shoot(model, QStringLiteral("home-client"));
+}
+
 // The settings window on each of its tabs, over the staff demo; the notifications tab also as it
 // looks when nothing can show notifications.
 void shootSettings(const QString& directory, bool dark, AppModel& model) {
@@ -348,6 +366,10 @@ int main(int argc, char** argv) {
                             std::chrono::seconds(10));
             shootSheets(shooter, model);
             shootSettings(directory, dark, model);
+        }
+        {
+            AppModel model(parts(unreachable, nullptr));
+            shootHomes(shooter, model);
         }
         {
             // A client's conversation on a server of the demo's people, with a member of staff

@@ -47,6 +47,8 @@ Item {
                         font.pixelSize: Theme.title
                         font.weight: Font.DemiBold
                         color: Theme.text
+                        elide: Text.ElideRight
+                        Layout.fillWidth: true
                         Accessible.role: Accessible.Heading
                         Accessible.name: text
                     }
