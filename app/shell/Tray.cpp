@@ -84,7 +84,9 @@ void Tray::update() {
         iconDark_ = dark;
         icon_->setIcon(QIcon(new TrayIconEngine(iconUnread_, iconDark_)));
     }
-    icon_->setToolTip(trayToolTip(state_));
+    // Each change goes out to the panel: only real ones.
+    if (const QString tip = trayToolTip(state_); tip != icon_->toolTip())
+        icon_->setToolTip(tip);
 }
 
 void Tray::rebuildMenu() {
