@@ -394,7 +394,7 @@ void ConversationListModel::setFilter(int filter) {
     filter_ = Filter(filter);
     Q_EMIT filterChanged();
     if (state_ || app_)
-        reorder(app_ ? app_->session().state() : *state_, false);
+        reorder(app_ ? app_->session().state() : *state_);
 }
 
 void ConversationListModel::setSearch(const QString& search) {
@@ -420,7 +420,7 @@ void ConversationListModel::setSearch(const QString& search) {
         lastNeedle_ = needle_;
     }
     if (state_ || app_)
-        reorder(app_ ? app_->session().state() : *state_, false);
+        reorder(app_ ? app_->session().state() : *state_);
 }
 
 // ---- Rows -------------------------------------------------------------------------------------
@@ -665,7 +665,7 @@ void ConversationListModel::refresh(const ChatState& state, const QDateTime& now
         });
 }
 
-void ConversationListModel::reorder(const ChatState& state, bool) {
+void ConversationListModel::reorder(const ChatState& state) {
     std::vector<Entry*> next;
     next.reserve(ordered_.size());
     for (Entry* e : ordered_)

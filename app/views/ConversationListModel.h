@@ -121,7 +121,8 @@ public:
     Q_INVOKABLE QString idForTitle(const QString& title) const;
     const Row& row(int index) const;
 
-    // Without an application model (tests, benchmarks): the state to show, at `now`.
+    // Without an application model (tests, benchmarks): the state to show, at `now`. The state
+    // must stay alive while the filter or the search may change.
     void refresh(const ChatState& state, const QDateTime& now);
     void setSelectedID(const QString& conversationID);
     void setZone(const QTimeZone& zone) { zone_ = zone; }
@@ -154,7 +155,8 @@ private:
     void scheduleWarmUp();
     void warmUpSlice();
     bool lessThan(const Entry* a, const Entry* b) const;
-    void reorder(const ChatState& state, bool resort);
+    // The shown rows again after the filter or the search changed.
+    void reorder(const ChatState& state);
     void showRows(std::vector<Entry*> next, const QSet<Entry*>& changed);
 
     QPointer<AppModel> app_;
@@ -176,7 +178,6 @@ private:
     QHash<QString, User> users_;
     QHash<QString, ClientCompany> clients_;
     QSet<QString> online_;
-    QHash<QString, TypingMarks> typing_;
     QSet<QString> onlineCompanies_;
     QDate today_;
     std::unique_ptr<Timer> dayChange_;

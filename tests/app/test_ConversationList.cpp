@@ -568,12 +568,10 @@ TEST(ClientHome, TitleStaffPresenceConversationAndAccountMenu) {
     EXPECT_EQ(world.model->session().state().conversations.value(first).kind,
               ConversationKind::direct);
 
-    const bool before = home.staffOnline();
     Correspondent staff(world, Role::staff);
     world.advance(0ms);
     EXPECT_TRUE(home.staffOnline());
     EXPECT_EQ(home.statusText(), "Lo staff è online");
-    EXPECT_FALSE(before && false);
 
     EXPECT_EQ(home.accountMenuTitle(), "Il tuo account");
     EXPECT_EQ(home.settingsText(), "Foto profilo e impostazioni…");
@@ -581,6 +579,14 @@ TEST(ClientHome, TitleStaffPresenceConversationAndAccountMenu) {
     EXPECT_EQ(home.emptyTitle(), "Nessuna conversazione");
     EXPECT_EQ(home.emptyText(),
               "Il tuo account non è ancora collegato a una conversazione. Contatta lo staff.");
+
+    // The company's conversation first, then the groups by title.
+    StateBuilder b;
+    const QString direct = b.company(QStringLiteral("Panificio Orlandi"), QStringLiteral("Orlandi"),
+                                     QStringLiteral("Giulia Orlandi"));
+    const QString zeta = b.group(QStringLiteral("Zeta"), {b.personOf(direct)});
+    const QString alfa = b.group(QStringLiteral("alfa"), {b.personOf(direct)});
+    EXPECT_EQ(ClientHomeModel::conversationOrder(b.state), (QStringList{direct, alfa, zeta}));
 
     // A state without conversations shows the empty state; staff presence counts only staff.
     ChatState lonely;
