@@ -177,6 +177,11 @@ TestCase {
         compare(findChild(home, "inspectorPane").visible, !wasShown)
         mouseClick(inspectorButton)
         compare(testApp.showsInspector, wasShown)
+        // Changed elsewhere (the pane's own controls), the button follows.
+        testApp.showsInspector = !wasShown
+        compare(inspectorButton.shown, !wasShown)
+        testApp.showsInspector = wasShown
+        compare(inspectorButton.shown, wasShown)
         compare(inspectorButton.help, "Mostra o nascondi la scheda del cliente")
         compare(findChild(home, "newGroupButton").help,
                 "Crea un gruppo con colleghi e clienti (Ctrl+Shift+N)")

@@ -97,12 +97,14 @@ FocusScope {
                 objectName: "inspectorButton"
                 symbol: "sidebar.right"
                 help: list.inspectorHelp
-                checkable: true
-                checked: view.app ? view.app.showsInspector : false
-                symbolColor: checked ? Theme.accentText : Theme.secondaryText
+                // Follows the model, whoever changes it.
+                readonly property bool shown: view.app ? view.app.showsInspector : false
+                symbolColor: shown ? Theme.accentText : Theme.secondaryText
                 Accessible.name: "Scheda"
                 Accessible.description: help
-                onToggled: view.app.showsInspector = checked
+                Accessible.checkable: true
+                Accessible.checked: shown
+                onClicked: view.app.showsInspector = !shown
             }
         }
 
