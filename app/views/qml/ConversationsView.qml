@@ -176,7 +176,6 @@ FocusScope {
                 focus: true
                 activeFocusOnTab: true
                 keyNavigationEnabled: true
-                highlightFollowsCurrentItem: false
                 currentIndex: -1
                 boundsBehavior: Flickable.StopAtBounds
                 reuseItems: true
