@@ -497,6 +497,30 @@ TEST(ConversationListUpdates, ALiveMessageMovesOneRowAndChangesItNeverResets) {
     EXPECT_EQ(g.list.count(), 7);
 }
 
+TEST(ConversationListUpdates, ManyRowsChangingPlaceAtOnceResetTheViewInTheRightOrder) {
+    StateBuilder b;
+    QStringList ids;
+    for (int i = 0; i < 100; ++i) {
+        ids.append(b.company(QStringLiteral("Azienda %1").arg(i, 3, 10, QLatin1Char('0')),
+                             QStringLiteral("A"), QStringLiteral("P")));
+        b.say(ids.back(), QStringLiteral("primo"), noon.addSecs(i));
+    }
+    ConversationListModel list;
+    list.refresh(b.state, noon.addSecs(200));
+    ASSERT_EQ(list.idAt(0), ids.back());
+    ViewSignals view(list);
+    // Each one gets a message, the oldest the newest: the order turns over.
+    for (int i = 0; i < 100; ++i)
+        b.say(ids[i], QStringLiteral("secondo"), noon.addSecs(1000 - i));
+    list.refresh(b.state, noon.addSecs(2000));
+    EXPECT_EQ(view.reset.size(), 1);
+    EXPECT_EQ(view.moved.size(), 0);
+    ASSERT_EQ(list.count(), 100);
+    for (int row = 0; row < 100; ++row)
+        ASSERT_EQ(list.idAt(row), ids[row]) << row;
+    EXPECT_EQ(list.row(0).preview, "secondo");
+}
+
 // Against the local server: what a client writes reaches the staff's list as a move, selection
 // shows on the rows, and at midnight the times are written again.
 TEST(ConversationListUpdates, FollowsTheSessionTheSelectionAndTheDay) {
