@@ -3,6 +3,7 @@
 // changes reach the view as moves and changed rows, not resets. The client's home beside it.
 
 #include "AppWorld.h"
+#include "localserver/DemoSeed.h"
 #include "views/ClientHomeModel.h"
 #include "views/ConversationListModel.h"
 #include "views/RelativeTime.h"
@@ -624,6 +625,32 @@ TEST(ClientHome, TitleStaffPresenceConversationAndAccountMenu) {
     EXPECT_FALSE(ClientHomeModel::isStaffOnline(lonely));
     lonely.online.insert("u-s");
     EXPECT_TRUE(ClientHomeModel::isStaffOnline(lonely));
+}
+
+TEST(ClientHome, AClientInAGroupHasTheCompanysConversationFirstThenTheGroup) {
+    AppWorld world;
+    std::optional<std::expected<void, ChatError>> result;
+    world.model->session().signIn(world.url, QStringLiteral("sara@ferramentaconti.example"),
+                                  QString::fromLatin1(LocalServer::demoPassword),
+                                  [&](std::expected<void, ChatError> r) { result = r; });
+    world.advance(0ms);
+    ASSERT_TRUE(result && result->has_value());
+    ClientHomeModel home;
+    home.setApp(world.model.get());
+    const QVariantList conversations = home.conversations();
+    ASSERT_EQ(conversations.size(), 2);
+    EXPECT_EQ(conversations[0].toMap().value("title").toString(), "Ferramenta Conti");
+    EXPECT_EQ(conversations[1].toMap().value("title").toString(),
+              QString::fromUtf8(DemoSeed::groupTitle));
+    EXPECT_EQ(world.model->selectedConversationIDText(),
+              conversations[0].toMap().value("conversationID").toString());
+    // Choosing the group keeps it; a selection that is none of hers goes back to the company's.
+    const QString group = conversations[1].toMap().value("conversationID").toString();
+    world.model->selectConversation(group);
+    EXPECT_EQ(world.model->selectedConversationIDText(), group);
+    world.model->selectConversation(QStringLiteral("c-unknown"));
+    EXPECT_EQ(world.model->selectedConversationIDText(),
+              conversations[0].toMap().value("conversationID").toString());
 }
 
 } // namespace
