@@ -10,6 +10,6 @@ inline constexpr char privacyPage[] = "https://brevio.app/privacy";
 inline constexpr char downloadPage[] = "https://brevio.app/download";
 // Named in the message that goes with an invite: the web client, and the desktop installer.
 inline constexpr char webClient[] = "https://web.brevio.app";
-inline constexpr char desktopInstaller[] = "https://brevio.app/download/Brevio.dmg";
+inline constexpr char desktopInstaller[] = "https://brevio.app/download/linux";
 
 } // namespace brevio::AppConfig
