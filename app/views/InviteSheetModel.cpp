@@ -169,7 +169,7 @@ QString InviteSheetModel::inviteMessage(const Invite& invite, const QString& org
            QStringLiteral(", ti abbiamo attivato Brevio, la chat diretta con ") + organization +
            QStringLiteral(".\n\n") + QStringLiteral("1. Apri ") +
            QLatin1String(AppConfig::webClient) +
-           QStringLiteral(" dal browser, oppure installa l'app per Mac: ") +
+           QStringLiteral(" dal browser, oppure installa l'app per computer: ") +
            QLatin1String(AppConfig::desktopInstaller) + QLatin1Char('\n') +
            QStringLiteral("2. Scegli «Ho un codice di invito».\n") +
            QStringLiteral("3. Scrivi il codice ") + invite.code +

@@ -33,7 +33,7 @@ TEST(InviteMessage, IsWrittenWordForWord) {
     const QString expected = QStringLiteral(
         "Ciao Giulia Ferri, ti abbiamo attivato Brevio, la chat diretta con Ardena.\n"
         "\n"
-        "1. Apri https://web.brevio.app dal browser, oppure installa l'app per Mac: "
+        "1. Apri https://web.brevio.app dal browser, oppure installa l'app per computer: "
         "https://brevio.app/download/linux\n"
         "2. Scegli «Ho un codice di invito».\n"
         "3. Scrivi il codice KQ7M-P2XD e scegli la tua password.\n"

@@ -32,7 +32,7 @@ SheetDialog {
             spacing: Theme.m
 
             Label {
-                text: "Crei un codice da mandare al cliente. Con il codice sceglie la sua password e accede a Brevio, dal browser o dall'app per Mac."
+                text: "Crei un codice da mandare al cliente. Con il codice sceglie la sua password e accede a Brevio, dal browser o dall'app per computer."
                 color: Theme.secondaryText
                 wrapMode: Text.WordWrap
                 Layout.fillWidth: true
