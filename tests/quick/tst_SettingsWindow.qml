@@ -101,7 +101,7 @@ TestCase {
         for (const label of ["Automatico", "Chiaro", "Scuro"])
             verify(shownText(findChild(general, "themePicker"), label), label)
         compare(findChild(general, "launchSwitch").text, "Apri Brevio quando accedi al computer")
-        verify(shownText(general, "Così resti raggiungibile: con la finestra chiusa l'app resta collegata nella barra dei menu."))
+        verify(shownText(general, "Così resti raggiungibile: con la finestra chiusa l'app resta collegata nell'area di notifica."))
         verify(shownText(general, "Versione"))
         compare(findChild(general, "versionValue").text, testApp.version)
         verify(testApp.version.length > 0)

@@ -38,7 +38,7 @@ Item {
         }
         Label {
             objectName: "launchCaption"
-            text: "Così resti raggiungibile: con la finestra chiusa l'app resta collegata nella barra dei menu."
+            text: "Così resti raggiungibile: con la finestra chiusa l'app resta collegata nell'area di notifica."
             color: Theme.secondaryText
             font.pixelSize: Theme.secondary
             wrapMode: Text.WordWrap
