@@ -24,6 +24,7 @@ void ClientHomeModel::setApp(AppModel* app) {
         connect(app_, &AppModel::stateChanged, this, &ClientHomeModel::refresh);
         connect(app_, &AppModel::sessionReplaced, this, &ClientHomeModel::refresh);
         connect(app_, &AppModel::selectionChanged, this, &ClientHomeModel::refresh);
+        connect(app_, &AppModel::statusChanged, this, &ClientHomeModel::refresh);
     }
     refresh();
     Q_EMIT appChanged();
@@ -71,7 +72,8 @@ void ClientHomeModel::refresh() {
     QVariantList conversations;
     if (app_ && app_->session().phase().isSignedIn()) {
         const ChatState& state = app_->session().state();
-        online = isStaffOnline(state);
+        // Presence heard before a lost connection says nothing about now.
+        online = app_->session().status().isOnline() && isStaffOnline(state);
         const QStringList order = conversationOrder(state);
         for (const QString& id : order) {
             const qint64 unread = state.unreadCount(id);

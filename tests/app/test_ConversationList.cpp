@@ -597,6 +597,13 @@ TEST(ClientHome, TitleStaffPresenceConversationAndAccountMenu) {
     world.advance(0ms);
     EXPECT_TRUE(home.staffOnline());
     EXPECT_EQ(home.statusText(), "Lo staff è online");
+    // Our connection lost, the staff's presence is no longer known.
+    world.endpoint->dropAll();
+    world.advance(0ms);
+    EXPECT_FALSE(home.staffOnline());
+    EXPECT_EQ(home.statusText(), "Ti risponderemo appena possibile");
+    world.advance(std::chrono::seconds(5)); // both sides are back
+    EXPECT_TRUE(home.staffOnline());
 
     EXPECT_EQ(home.accountMenuTitle(), "Il tuo account");
     EXPECT_EQ(home.settingsText(), "Foto profilo e impostazioni…");
