@@ -1,4 +1,5 @@
 #include "views/ChatViewModel.h"
+#include "views/AppBinding.h"
 
 #include "model/MessageRules.h"
 #include "shell/AppModel.h"
@@ -32,11 +33,8 @@ ChatSession* ChatViewModel::session() const {
 }
 
 void ChatViewModel::setApp(AppModel* app) {
-    if (app_ == app)
+    if (!rebindApp(this, app_, app))
         return;
-    if (app_)
-        disconnect(app_, nullptr, this, nullptr);
-    app_ = app;
     if (app_) {
         connect(app_, &AppModel::stateChanged, this, &ChatViewModel::refreshRows);
         connect(app_, &AppModel::statusChanged, this, &ChatViewModel::refreshBanner);

@@ -1,4 +1,5 @@
 #include "views/ClientHomeModel.h"
+#include "views/AppBinding.h"
 
 #include "shell/AppModel.h"
 #include "views/ConversationListModel.h"
@@ -15,11 +16,8 @@ AppModel* ClientHomeModel::app() const {
 }
 
 void ClientHomeModel::setApp(AppModel* app) {
-    if (app_ == app)
+    if (!rebindApp(this, app_, app))
         return;
-    if (app_)
-        disconnect(app_, nullptr, this, nullptr);
-    app_ = app;
     if (app_) {
         connect(app_, &AppModel::stateChanged, this, &ClientHomeModel::refresh);
         connect(app_, &AppModel::sessionReplaced, this, &ClientHomeModel::refresh);

@@ -1,4 +1,5 @@
 #include "views/ConversationListModel.h"
+#include "views/AppBinding.h"
 
 #include "shell/AppModel.h"
 #include "views/ChatTexts.h"
@@ -336,11 +337,8 @@ AppModel* ConversationListModel::app() const {
 }
 
 void ConversationListModel::setApp(AppModel* app) {
-    if (app_ == app)
+    if (!rebindApp(this, app_, app))
         return;
-    if (app_)
-        disconnect(app_, nullptr, this, nullptr);
-    app_ = app;
     if (app_) {
         connect(app_, &AppModel::stateChanged, this, &ConversationListModel::refreshFromApp);
         connect(app_, &AppModel::sessionReplaced, this, &ConversationListModel::refreshFromApp);

@@ -1,4 +1,5 @@
 #include "views/GroupEditorModel.h"
+#include "views/AppBinding.h"
 
 #include "shell/AppModel.h"
 #include "views/TextMatch.h"
@@ -8,11 +9,8 @@ namespace brevio {
 GroupEditorModel::GroupEditorModel(QObject* parent) : QObject(parent) {}
 
 void GroupEditorModel::setApp(AppModel* app) {
-    if (app_ == app)
+    if (!rebindApp(this, app_, app))
         return;
-    if (app_)
-        disconnect(app_, nullptr, this, nullptr);
-    app_ = app;
     if (app_) {
         connect(app_, &AppModel::stateChanged, this, [this] {
             // People who became members meanwhile are no longer offered nor chosen.

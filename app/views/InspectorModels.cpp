@@ -1,4 +1,5 @@
 #include "views/InspectorModels.h"
+#include "views/AppBinding.h"
 
 #include "shell/AppModel.h"
 
@@ -32,10 +33,8 @@ void ClientInspectorModel::setApp(AppModel* app) {
     if (app_ == app)
         return;
     if (timer_)
-        save();
-    if (app_)
-        disconnect(app_, nullptr, this, nullptr);
-    app_ = app;
+        save(); // the notes typed for the model left
+    rebindApp(this, app_, app);
     if (app_) {
         connect(app_, &AppModel::stateChanged, this, &ClientInspectorModel::stateChanged);
         connect(app_, &AppModel::invitesChanged, this, &ClientInspectorModel::changed);
@@ -214,11 +213,8 @@ void ClientInspectorModel::openInvite() {
 OrganizationInspectorModel::OrganizationInspectorModel(QObject* parent) : QObject(parent) {}
 
 void OrganizationInspectorModel::setApp(AppModel* app) {
-    if (app_ == app)
+    if (!rebindApp(this, app_, app))
         return;
-    if (app_)
-        disconnect(app_, nullptr, this, nullptr);
-    app_ = app;
     if (app_) {
         connect(app_, &AppModel::stateChanged, this, &OrganizationInspectorModel::changed);
         connect(app_, &AppModel::sessionReplaced, this, &OrganizationInspectorModel::changed);
@@ -266,11 +262,8 @@ QString OrganizationInspectorModel::onlineText() const {
 GroupInspectorModel::GroupInspectorModel(QObject* parent) : QObject(parent) {}
 
 void GroupInspectorModel::setApp(AppModel* app) {
-    if (app_ == app)
+    if (!rebindApp(this, app_, app))
         return;
-    if (app_)
-        disconnect(app_, nullptr, this, nullptr);
-    app_ = app;
     ++attempt_;
     setWorking(false);
     setError(std::nullopt);

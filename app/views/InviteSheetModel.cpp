@@ -1,4 +1,5 @@
 #include "views/InviteSheetModel.h"
+#include "views/AppBinding.h"
 
 #include "shell/AppConfig.h"
 #include "shell/AppModel.h"
@@ -19,11 +20,8 @@ InviteSheetModel::InviteSheetModel(QObject* parent) : QObject(parent) {
 }
 
 void InviteSheetModel::setApp(AppModel* app) {
-    if (app_ == app)
+    if (!rebindApp(this, app_, app))
         return;
-    if (app_)
-        disconnect(app_, nullptr, this, nullptr);
-    app_ = app;
     if (app_) {
         connect(app_, &AppModel::stateChanged, this, &InviteSheetModel::companiesChanged);
         connect(app_, &AppModel::stateChanged, this, &InviteSheetModel::formChanged);

@@ -1,4 +1,5 @@
 #include "views/ProfilePhotoEditor.h"
+#include "views/AppBinding.h"
 
 #include "media/PhotoPreparation.h"
 #include "shell/AppModel.h"
@@ -10,10 +11,8 @@ ProfilePhotoEditor::ProfilePhotoEditor(QObject* parent) : QObject(parent) {}
 void ProfilePhotoEditor::setApp(AppModel* app) {
     if (app_ == app)
         return;
-    if (app_)
-        disconnect(app_, nullptr, this, nullptr);
-    sessionReplaced();
-    app_ = app;
+    sessionReplaced(); // what was under way belonged to the model left
+    rebindApp(this, app_, app);
     if (app_) {
         connect(app_, &AppModel::stateChanged, this, &ProfilePhotoEditor::userChanged);
         connect(app_, &AppModel::sessionReplaced, this, &ProfilePhotoEditor::sessionReplaced);

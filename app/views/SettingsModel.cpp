@@ -1,4 +1,5 @@
 #include "views/SettingsModel.h"
+#include "views/AppBinding.h"
 
 #include "shell/AppModel.h"
 #include "shell/AppTheme.h"
@@ -17,11 +18,8 @@ SettingsModel::SettingsModel(QObject* parent)
 }
 
 void SettingsModel::setApp(AppModel* app) {
-    if (app == app_)
+    if (!rebindApp(this, app_, app))
         return;
-    if (app_)
-        disconnect(app_, nullptr, this, nullptr);
-    app_ = app;
     if (app_) {
         connect(app_, &AppModel::stateChanged, this, &SettingsModel::accountChanged);
         connect(app_, &AppModel::screenChanged, this, &SettingsModel::accountChanged);
