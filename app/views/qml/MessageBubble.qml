@@ -111,10 +111,12 @@ Item {
                 y: Theme.bubblePadding - 3
                 spacing: Theme.xs
                 width: Math.min(bubble.innerMax, Math.max(
-                    authorLabel.visible ? authorLabel.implicitWidth : 0,
+                    authorLabel.visible ? Math.ceil(authorMetrics.advanceWidth) + 2 : 0,
                     quoteView.visible ? quoteView.implicitWidth : 0,
                     textRow.naturalWidth))
 
+                // Measured apart from the label, whose own width follows the column's.
+                TextMetrics { id: authorMetrics; font: authorLabel.font; text: authorLabel.text }
                 Label {
                     id: authorLabel
                     objectName: "authorLabel"
