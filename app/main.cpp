@@ -36,7 +36,7 @@ struct Options {
 };
 
 // --help and --version print and leave; a wrong option says why and leaves with 2.
-std::optional<Options> parseOptions(QApplication& app, int& exitCode) {
+std::optional<Options> parseOptions(const QCoreApplication& app, int& exitCode) {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Brevio, la chat con i clienti."));
     parser.addHelpOption();
@@ -82,15 +82,22 @@ void restoreGeometry(QWindow& window) {
 } // namespace
 
 int main(int argc, char** argv) {
-    QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("Brevio"));
-    QApplication::setApplicationVersion(QString::fromLatin1(build::version));
-    QApplication::setDesktopFileName(QStringLiteral("brevio"));
+    QCoreApplication::setApplicationName(QStringLiteral("Brevio"));
+    QCoreApplication::setApplicationVersion(QString::fromLatin1(build::version));
 
+    // The options are read before any window system is asked for: --help and --version work
+    // without a display.
     int exitCode = 0;
-    const auto options = parseOptions(app, exitCode);
+    std::optional<Options> options;
+    {
+        QCoreApplication reader(argc, argv);
+        options = parseOptions(reader, exitCode);
+    }
     if (!options)
         return exitCode;
+
+    QApplication app(argc, argv);
+    QGuiApplication::setDesktopFileName(QStringLiteral("brevio"));
 
     QQuickStyle::setStyle(QStringLiteral("Fusion"));
     // The desktop session ends programs with SIGTERM: quit the normal way, so that everything
