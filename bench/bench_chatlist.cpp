@@ -2,6 +2,7 @@
 // rows), a live message arriving (the newest rows rebuilt: one inserted row; beside it the whole
 // rebuild), an older page coming in at the far end, and a search over every loaded message.
 
+#include "LongConversation.h"
 #include "state/ChatState.h"
 #include "views/MessageListModel.h"
 #include "views/TextMatch.h"
@@ -17,30 +18,12 @@ namespace {
 
 constexpr int messageCount = 10000;
 const QString conversationID = QStringLiteral("c-1");
-const QString me = QStringLiteral("u-staff");
+const QString& me = bench::staffID;
 const QDateTime start(QDate(2026, 1, 5), QTime(8, 0), Qt::UTC);
 const QTimeZone zone("Europe/Rome");
 
-const QStringList texts{
-    QStringLiteral("Buongiorno, le invio il preventivo aggiornato."),
-    QStringLiteral("Grazie, lo guardo subito."),
-    QStringLiteral("Perfetto, ci sentiamo domani mattina per la firma del contratto?"),
-    QStringLiteral("Ok!"),
-    QStringLiteral("La fattura di febbraio risulta ancora da saldare, può verificare?"),
-};
-
 ChatMessage makeMessage(qint64 seq) {
-    ChatMessage m;
-    m.id = QStringLiteral("m%1").arg(seq);
-    m.clientID = QStringLiteral("cid-%1").arg(seq);
-    m.conversationID = conversationID;
-    m.seq = seq;
-    m.authorID = seq % 3 ? QStringLiteral("u-client") : me;
-    m.text = texts[int(seq % texts.size())];
-    m.sentAt = start.addSecs(seq * 173);
-    if (seq % 17 == 0)
-        m.reactions.append(Reaction{QStringLiteral("👍"), {me}});
-    return m;
+    return bench::conversationMessage(conversationID, seq, start);
 }
 
 // One direct conversation with `count` messages from seq `first` on.

@@ -16,6 +16,7 @@
 //      call takes, and to the frame that shows it.
 // QML warnings are counted by phase and printed at the end. Figures only; nothing is asserted.
 
+#include "LongConversation.h"
 #include "session/FileSessionStore.h"
 #include "shell/AppModel.h"
 #include "support/EventLoopWait.h"
@@ -53,17 +54,9 @@ constexpr int messageCount = 10000;
 constexpr int openRuns = 7;
 constexpr int sendRuns = 9;
 constexpr double scrollStep = 2000; // px per frame
-const QString me = QStringLiteral("u-staff");
+const QString& me = bench::staffID;
 const QString longID = QStringLiteral("c-1");
 const QString emptyID = QStringLiteral("c-2");
-
-const QStringList texts{
-    QStringLiteral("Buongiorno, le invio il preventivo aggiornato."),
-    QStringLiteral("Grazie, lo guardo subito."),
-    QStringLiteral("Perfetto, ci sentiamo domani mattina per la firma del contratto?"),
-    QStringLiteral("Ok!"),
-    QStringLiteral("La fattura di febbraio risulta ancora da saldare, può verificare?"),
-};
 
 // Two direct conversations: 10,000 messages, every one read, with Marta Rossi (the last one a
 // few minutes ago), and none yet with Paolo Bassi.
@@ -97,20 +90,8 @@ ChatState savedState(const QDateTime& now) {
     state.upsertConversation(full);
     QList<ChatMessage> page;
     page.reserve(messageCount);
-    for (qint64 seq = 1; seq <= messageCount; ++seq) {
-        ChatMessage m;
-        m.id = QStringLiteral("m%1").arg(seq);
-        m.clientID = QStringLiteral("cid-%1").arg(seq);
-        m.conversationID = longID;
-        m.seq = seq;
-        m.authorID = seq % 3 ? QStringLiteral("u-client") : me;
-        m.text = texts[int(seq % texts.size())];
-        m.sentAt = start.addSecs(seq * 173);
-        m.revision = seq;
-        if (seq % 17 == 0)
-            m.reactions.append(Reaction{QStringLiteral("👍"), {me}});
-        page.append(m);
-    }
+    for (qint64 seq = 1; seq <= messageCount; ++seq)
+        page.append(bench::conversationMessage(longID, seq, start));
     state.mergeHistory(longID, page, false, true);
 
     Conversation empty;
