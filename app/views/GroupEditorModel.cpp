@@ -153,32 +153,31 @@ void GroupEditorModel::confirm() {
     setWorking(true);
     const quint64 attempt = ++attempt_;
     QPointer<GroupEditorModel> self(this);
+    // The answer of this attempt, if it is still the current one: the error stays in the form,
+    // success goes on with `done`.
+    const auto answered = [self, attempt](const auto& result, auto done) {
+        if (!self || attempt != self->attempt_)
+            return;
+        self->setWorking(false);
+        if (!result)
+            self->setError(result.error().description());
+        else
+            done(*self);
+    };
     if (isCreating()) {
         app_->session().createGroup(name_.trimmed(), ids,
-                                    [self, attempt](std::expected<QString, ChatError> result) {
-                                        if (!self || attempt != self->attempt_)
-                                            return;
-                                        self->setWorking(false);
-                                        if (!result) {
-                                            self->setError(result.error().description());
-                                            return;
-                                        }
-                                        if (self->app_)
-                                            self->app_->selectConversation(*result);
-                                        Q_EMIT self->created(*result);
+                                    [answered](std::expected<QString, ChatError> result) {
+                                        answered(result, [&](GroupEditorModel& editor) {
+                                            if (editor.app_)
+                                                editor.app_->selectConversation(*result);
+                                            Q_EMIT editor.created(*result);
+                                        });
                                     });
     } else {
-        app_->session().addMembers(conversationID_, ids,
-                                   [self, attempt](std::expected<void, ChatError> result) {
-                                       if (!self || attempt != self->attempt_)
-                                           return;
-                                       self->setWorking(false);
-                                       if (!result) {
-                                           self->setError(result.error().description());
-                                           return;
-                                       }
-                                       Q_EMIT self->added();
-                                   });
+        app_->session().addMembers(
+            conversationID_, ids, [answered](std::expected<void, ChatError> result) {
+                answered(result, [](GroupEditorModel& editor) { Q_EMIT editor.added(); });
+            });
     }
 }
 
