@@ -6,7 +6,9 @@
 #include "shell/NetworkWatcher.h"
 #include "shell/Preferences.h"
 #include "shell/SettingsView.h"
+#include "shell/SingleInstance.h"
 #include "shell/StartupProbe.h"
+#include "shell/TestDriver.h"
 #include "shell/Tray.h"
 #include "shell/WindowWatcher.h"
 #include "shell/platform/ColorSchemeWatcher.h"
@@ -18,6 +20,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDBusConnection>
+#include <QIcon>
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
 #include <QQuickWindow>
@@ -89,15 +92,36 @@ int main(int argc, char** argv) {
     // without a display.
     int exitCode = 0;
     std::optional<Options> options;
+    // One program per data folder (a demo too: it shares the tray, the launcher's count and the
+    // preferences): a later start hands its command line to the running one and leaves, before
+    // asking for a display.
+    SingleInstance instance(SingleInstance::forThisUser());
     {
         QCoreApplication reader(argc, argv);
         options = parseOptions(reader, exitCode);
+        if (options) {
+            switch (instance.claim(reader.arguments())) {
+            case SingleInstance::Claim::first:
+                break;
+            case SingleInstance::Claim::forwarded:
+                std::fputs("Brevio è già aperto: porto in primo piano la sua finestra.\n", stderr);
+                return 0;
+            case SingleInstance::Claim::unanswered:
+                std::fprintf(stderr, "brevio: Brevio è già aperto ma non risponde (%s).\n",
+                             qPrintable(instance.errorString()));
+                return 1;
+            }
+        }
     }
     if (!options)
         return exitCode;
 
     QApplication app(argc, argv);
+    if (!instance.listen())
+        std::fprintf(stderr, "brevio: other starts cannot find this one: %s\n",
+                     qPrintable(instance.errorString()));
     QGuiApplication::setDesktopFileName(QStringLiteral("brevio"));
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/brevio/brevio.svg")));
 
     QQuickStyle::setStyle(QStringLiteral("Fusion"));
     // The desktop session ends programs with SIGTERM: quit the normal way, so that everything
@@ -132,6 +156,9 @@ int main(int argc, char** argv) {
 
     WindowWatcher windows(model);
     model.openMainWindow = [&windows] { windows.bringForward(); };
+    // A later start: the window comes forward the way the tray's "Apri Brevio" brings it.
+    QObject::connect(&instance, &SingleInstance::activationRequested, &model,
+                     &AppModel::bringMainWindowForward);
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &model, &AppModel::aboutToQuit);
 
     // The saved session is read on the store's thread while the engine loads the screens.
@@ -193,6 +220,12 @@ int main(int argc, char** argv) {
     std::unique_ptr<StartupProbe> probe;
     if (StartupProbe::isWanted())
         probe = std::make_unique<StartupProbe>(model, *window);
+    std::unique_ptr<TestDriver> driver;
+    if (const QString path = TestDriver::socketPath(); !path.isEmpty()) {
+        driver = std::make_unique<TestDriver>(*window);
+        if (!driver->listen(path))
+            std::fprintf(stderr, "brevio: test driver: %s\n", qPrintable(driver->errorString()));
+    }
 
     return app.exec();
 }
