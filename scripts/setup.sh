@@ -9,11 +9,13 @@ packages=(
     qt6-declarative-dev qml6-module-qtquick qml6-module-qtqml qml6-module-qtquick-controls
     qml6-module-qtquick-templates qml6-module-qtquick-layouts qml6-module-qtquick-window
     qml6-module-qtqml-workerscript qml6-module-qttest qml6-module-qtquick-dialogs
+    qml6-module-qt-labs-folderlistmodel
     qt6-qpa-plugins fonts-dejavu-core fonts-noto-color-emoji
     libqt6svg6 xvfb xauth dbus-daemon dbus-bin
     libboost-json1.81-dev libsodium-dev libheif-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     tzdata clang-format
+    librsvg2-bin dpkg-dev file desktop-file-utils appstream x11-utils
 )
 
 missing=()
