@@ -121,12 +121,14 @@ Item {
             Button {
                 objectName: "cancelSignOut"
                 text: "Annulla"
+                Accessible.name: text
                 DialogButtonBox.buttonRole: DialogButtonBox.RejectRole
             }
             Button {
                 objectName: "confirmSignOut"
                 text: "Esci dall'account"
                 palette.buttonText: Theme.destructive
+                Accessible.name: text
                 DialogButtonBox.buttonRole: DialogButtonBox.AcceptRole
             }
         }

@@ -110,6 +110,13 @@ Item {
         enabled: view.visible && chat.conversationID.length > 0
         onActivated: view.openSearch()
     }
+    // Esc closes the search wherever the keyboard is in the chat (the field, the messages).
+    Keys.onEscapePressed: (event) => {
+        if (view.searchOpen)
+            view.closeSearch()
+        else
+            event.accepted = false
+    }
 
     ChatBackdrop {
         anchors.fill: parent
@@ -337,7 +344,16 @@ Item {
         anchors.centerIn: parent
         modal: true
         width: Math.min(420, view.width - 2 * Theme.xl)
-        standardButtons: Dialog.Ok
+        onOpened: alertOk.forceActiveFocus()
+        footer: DialogButtonBox {
+            Button {
+                id: alertOk
+                objectName: "alertOkButton"
+                text: "OK"
+                Accessible.name: text
+                DialogButtonBox.buttonRole: DialogButtonBox.AcceptRole
+            }
+        }
         Label {
             objectName: "alertText"
             width: parent.width

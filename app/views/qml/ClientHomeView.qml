@@ -80,15 +80,18 @@ Item {
 
                     Menu {
                         id: accountMenu
+                        objectName: "accountMenu"
                         title: home.accountMenuTitle
                         MenuItem {
                             objectName: "settingsItem"
                             text: home.settingsText
+                            Accessible.name: text
                             onTriggered: view.app.openSettings()
                         }
                         MenuItem {
                             objectName: "signOutItem"
                             text: home.signOutText
+                            Accessible.name: text
                             onTriggered: view.app.signOut()
                         }
                     }

@@ -39,6 +39,13 @@ FocusScope {
         onActivated: view.app.isInviteSheetPresented = true
     }
 
+    // With no chat open, Ctrl+F from anywhere in the window searches the list.
+    Shortcut {
+        sequence: "Ctrl+F"
+        context: Qt.WindowShortcut
+        enabled: view.visible && view.app !== null && view.app.selectedConversationID.length === 0
+        onActivated: view.focusSearch()
+    }
     // Ctrl+F belongs to the list's search while the focus is in this pane, not to the chat's.
     Keys.onShortcutOverride: (event) => {
         if (event.key === Qt.Key_F && (event.modifiers & Qt.ControlModifier))
@@ -191,10 +198,13 @@ FocusScope {
                             conversations.currentIndex = list.selectedRow
                     }
                 }
-                onActiveFocusChanged: {
+                function takeStartingRow() {
                     if (activeFocus && currentIndex < 0 && count > 0)
                         currentIndex = Math.max(0, list.selectedRow)
                 }
+                onActiveFocusChanged: takeStartingRow()
+                // The focus may come before the rows (just after signing in).
+                onCountChanged: takeStartingRow()
                 Keys.onReturnPressed: view.open(list.idAt(currentIndex))
                 Keys.onEnterPressed: view.open(list.idAt(currentIndex))
                 Keys.onSpacePressed: view.open(list.idAt(currentIndex))

@@ -15,6 +15,9 @@ ToolButton {
     implicitHeight: 30
     padding: 0
     hoverEnabled: true
+    // Enter presses a focused button, as Space does.
+    Keys.onReturnPressed: if (enabled) button.clicked()
+    Keys.onEnterPressed: if (enabled) button.clicked()
     Accessible.name: text.length > 0 ? text : help
     ToolTip.visible: hovered && help.length > 0
     ToolTip.delay: 600

@@ -105,8 +105,6 @@ ColumnLayout {
             text: "Fine"
             focus: true
             onClicked: result.done()
-            Keys.onReturnPressed: result.done()
-            Keys.onEnterPressed: result.done()
         }
     }
     function focusDone() { doneButton.forceActiveFocus() }

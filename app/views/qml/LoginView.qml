@@ -22,6 +22,14 @@ Item {
         function onDemoFailed(message) { form.reportError(message) }
     }
 
+    // The keyboard starts in the first field, and moves there when the mode changes.
+    function focusFirstField() {
+        const first = form.mode === LoginForm.Invite ? codeField
+                    : form.mode === LoginForm.Request ? nameField : emailField
+        first.input.forceActiveFocus()
+    }
+    Component.onCompleted: focusFirstField()
+
     ScrollView {
         id: scroll
         anchors.fill: parent
@@ -71,7 +79,10 @@ Item {
                 enabled: !form.isWorking
                 labels: ["Accedi", "Nuova richiesta", "Ho un invito"]
                 current: form.mode
-                onPicked: (index) => form.mode = index
+                onPicked: (index) => {
+                    form.mode = index
+                    view.focusFirstField()
+                }
             }
 
             Label {
@@ -96,6 +107,7 @@ Item {
                 Layout.fillWidth: true
 
                 FormField {
+                    id: codeField
                     objectName: "codeField"
                     visible: form.mode === LoginForm.Invite
                     label: "Codice di invito"
@@ -105,6 +117,7 @@ Item {
                     onAccepted: form.submit()
                 }
                 FormField {
+                    id: nameField
                     objectName: "nameField"
                     visible: view.needsNewPassword
                     label: "Nome e cognome"
@@ -121,6 +134,7 @@ Item {
                     onAccepted: form.submit()
                 }
                 FormField {
+                    id: emailField
                     objectName: "emailField"
                     visible: form.mode !== LoginForm.Invite
                     label: "Email"
@@ -287,6 +301,8 @@ Item {
                     Layout.fillWidth: true
                     Accessible.name: text
                     onClicked: view.app.startDemo(true)
+                    Keys.onReturnPressed: clicked()
+                    Keys.onEnterPressed: clicked()
                 }
                 Button {
                     objectName: "demoClientButton"
@@ -295,6 +311,8 @@ Item {
                     Layout.fillWidth: true
                     Accessible.name: text
                     onClicked: view.app.startDemo(false)
+                    Keys.onReturnPressed: clicked()
+                    Keys.onEnterPressed: clicked()
                 }
             }
             Item { Layout.preferredHeight: Theme.xl }

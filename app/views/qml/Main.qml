@@ -39,11 +39,13 @@ ApplicationWindow {
     }
 
     RootView {
+        objectName: "rootView"
         anchors.fill: parent
         app: window.app
     }
 
     Sheets {
+        objectName: "sheets"
         app: window.app
     }
 

@@ -11,9 +11,18 @@ Dialog {
 
     title: "Info messaggio"
     modal: true
-    standardButtons: Dialog.Close
     width: 360
     padding: Theme.l
+
+    // Not the standard button: its text would be the system's English.
+    footer: DialogButtonBox {
+        Button {
+            objectName: "closeInfoButton"
+            text: "Chiudi"
+            Accessible.name: text
+            DialogButtonBox.buttonRole: DialogButtonBox.RejectRole
+        }
+    }
 
     ColumnLayout {
         width: parent.width

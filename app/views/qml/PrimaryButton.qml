@@ -5,6 +5,9 @@ import QtQuick.Controls
 Button {
     id: button
     implicitHeight: 34
+    // Enter presses a focused button, as Space does.
+    Keys.onReturnPressed: if (enabled) button.clicked()
+    Keys.onEnterPressed: if (enabled) button.clicked()
     Accessible.name: text
     contentItem: Label {
         text: button.text

@@ -10,6 +10,8 @@ Item {
     Loader {
         id: screen
         anchors.fill: parent
+        // Each screen marks where the keyboard starts (the list, the first field).
+        focus: true
         sourceComponent: {
             if (!root.app)
                 return null

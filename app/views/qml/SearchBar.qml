@@ -26,6 +26,7 @@ Rectangle {
     color: Theme.surface
     Accessible.role: Accessible.ToolBar
     Accessible.name: "Cerca nella chat"
+    Keys.onEscapePressed: bar.closeRequested()
 
     Rectangle {
         anchors.bottom: parent.bottom
@@ -64,7 +65,6 @@ Rectangle {
             onTextEdited: bar.chat.searchQuery = text
             // Enter steps to the older match, like the button beside it.
             onAccepted: up.clicked()
-            Keys.onEscapePressed: bar.closeRequested()
             background: Rectangle {
                 implicitHeight: 30
                 radius: Theme.radiusControl

@@ -18,6 +18,9 @@ Button {
     topPadding: 0
     bottomPadding: 0
     font.pixelSize: Theme.secondary
+    // Enter presses a focused button, as Space does.
+    Keys.onReturnPressed: if (enabled) button.clicked()
+    Keys.onEnterPressed: if (enabled) button.clicked()
     Accessible.name: text
 
     contentItem: Label {
