@@ -9,7 +9,8 @@
 //      empty conversation, which loads the view's QML types), the first view of the long one, then
 //      the medians of later openings of both (the empty one is the floor);
 //   b. the resident set each first opening adds once settled, and what later openings add;
-//   c. scrolling from the newest message to the oldest, a fixed step per frame: each frame's work
+//   c. scrolling from the newest message towards the oldest at three fixed steps per frame (the
+//      fastest flick, a fast wheel, the scroll bar dragged): each frame's work
 //      (the step, then the frame from the window's update request to the swap) with its parts,
 //      and the swap-to-swap intervals; whether the list asked for older messages at the top;
 //   d. one's own message shown at once (the session's send puts it in the outbox): the time the
@@ -53,7 +54,18 @@ namespace {
 constexpr int messageCount = 10000;
 constexpr int openRuns = 7;
 constexpr int sendRuns = 9;
-constexpr double scrollStep = 2000; // px per frame
+// Scrolling speeds, in px a frame: the list's own fastest flick (2,500 px/s at 60 frames a second)
+// for a stretch of the conversation, a fast wheel and a dragged scroll bar to the oldest message.
+struct ScrollSpeed {
+    double step;
+    int maxFrames;
+    const char* what;
+};
+constexpr ScrollSpeed scrollSpeeds[] = {
+    {42, 1500, "the fastest flick"},
+    {400, 5000, "a fast wheel"},
+    {2000, 5000, "the scroll bar dragged"},
+};
 const QString& me = bench::staffID;
 const QString longID = QStringLiteral("c-1");
 const QString emptyID = QStringLiteral("c-2");
@@ -110,6 +122,10 @@ double residentMB() {
     return fields.size() > 1
                ? double(fields[1].toLongLong()) * double(sysconf(_SC_PAGESIZE)) / 1048576.0
                : -1;
+}
+
+double ms(qint64 ns) {
+    return double(ns) / 1e6;
 }
 
 double median(std::vector<double> values) {
@@ -230,6 +246,71 @@ struct Warnings {
     }
 };
 
+// One scroll at a fixed step a frame, from where the list is towards the oldest message: each
+// frame's work (the step, then the frame from the moment the window handled it to the swap) with
+// its parts: the step (delegates made or reused for the rows coming into view), the main thread's
+// polish, the synchronisation and rendering; and the wait for the update request.
+struct Scroll {
+    ScrollSpeed speed;
+    bool reachedTop = false;
+    int unrequested = 0;
+    std::vector<double> workMs, stepMs, polishMs, renderMs, waitMs, intervalMs;
+
+    int over16() const {
+        return int(std::count_if(workMs.begin() + std::min<std::size_t>(1, workMs.size()),
+                                 workMs.end(), [](double f) { return f > 16.0; }));
+    }
+    void print() const {
+        std::printf(
+            "     %.0f px a frame (%s): %s in %zu frames; %d over 16 ms after the first\n"
+            "       work per frame median %.1f ms, worst %.1f, first %.1f; the step median "
+            "%.1f, worst %.1f; polish median %.1f, worst %.1f; sync+render+swap median "
+            "%.1f, worst %.1f\n"
+            "       waited for the update request median %.1f ms (%d frames without one); "
+            "swap to swap median %.1f ms, worst %.1f\n",
+            speed.step, speed.what, reachedTop ? "reached the oldest" : "stopped before the oldest",
+            workMs.size(), over16(), median(workMs), worst(workMs), workMs.empty() ? -1 : workMs[0],
+            median(stepMs), worst(stepMs), median(polishMs), worst(polishMs), median(renderMs),
+            worst(renderMs), median(waitMs), unrequested, median(intervalMs), worst(intervalMs));
+    }
+};
+
+Scroll scroll(QQuickItem& list, FrameWatch& frames, const QElapsedTimer& clock,
+              const ScrollSpeed& speed) {
+    Scroll run;
+    run.speed = speed;
+    qint64 lastSwap = -1;
+    for (int step = 0; step < speed.maxFrames && !run.reachedTop; ++step) {
+        frames.arm();
+        const qint64 start = clock.nsecsElapsed();
+        const double origin = list.property("originY").toDouble();
+        const double y = std::max(list.property("contentY").toDouble() - speed.step, origin);
+        list.setProperty("contentY", y);
+        const qint64 stepped = clock.nsecsElapsed();
+        const FrameWatch::Times frame = frames.wait();
+        if (frame.swapped < 0)
+            break;
+        const qint64 frameStart = frame.requested >= 0 ? frame.requested : stepped;
+        if (frame.requested < 0)
+            ++run.unrequested;
+        else
+            run.waitMs.push_back(ms(frame.requested - stepped));
+        run.stepMs.push_back(ms(stepped - start));
+        run.polishMs.push_back(ms(frame.polished - frameStart));
+        run.renderMs.push_back(ms(frame.swapped - frame.synced));
+        run.workMs.push_back(ms(stepped - start) + ms(frame.swapped - frameStart));
+        if (lastSwap >= 0)
+            run.intervalMs.push_back(ms(frame.swapped - lastSwap));
+        lastSwap = frame.swapped;
+        // The top: the list says so and the oldest row is laid out.
+        QQuickItem* oldest = nullptr;
+        QMetaObject::invokeMethod(&list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, oldest),
+                                  Q_ARG(int, list.property("count").toInt() - 1));
+        run.reachedTop = list.property("atYBeginning").toBool() && oldest != nullptr;
+    }
+    return run;
+}
+
 QQuickItem* findItem(QQuickItem* item, const QString& name) {
     if (item->objectName() == name)
         return item;
@@ -245,7 +326,6 @@ int measure() {
     Warnings::phase = QStringLiteral("starting");
     QElapsedTimer clock;
     clock.start();
-    const auto ms = [](qint64 ns) { return double(ns) / 1e6; };
 
     // ---- A signed-in session over the saved state -----------------------------------------------
     QTemporaryDir home;
@@ -381,7 +461,7 @@ int measure() {
         addedEmpty.push_back(emptyOne.added);
     }
 
-    // ---- c: scrolling to the oldest message -----------------------------------------------------
+    // ---- c: scrolling to the oldest message, at three speeds ------------------------------------
     open(longID, view);
     chat = qvariant_cast<ChatViewModel*>(view->property("chat"));
     QQuickItem* list = findItem(view.get(), QStringLiteral("messageList"));
@@ -391,47 +471,13 @@ int measure() {
     }
     Warnings::phase = QStringLiteral("scrolling");
     const bool startedAtEnd = list->property("atYEnd").toBool();
-    // Per frame: the whole work (the step, then the frame from the moment the window handled it
-    // to the swap), the step (delegates made or reused for the rows coming into view), the main
-    // thread's polish, the synchronisation and rendering; and the wait for the update request.
-    std::vector<double> workMs, stepMs, polishMs, renderMs, waitMs, intervalMs;
-    int unrequested = 0;
-    bool reachedTop = false;
-    qint64 lastSwap = -1;
-    for (int step = 0; step < 5000 && !reachedTop; ++step) {
-        frames.arm();
-        const qint64 start = clock.nsecsElapsed();
-        const double origin = list->property("originY").toDouble();
-        const double y = std::max(list->property("contentY").toDouble() - scrollStep, origin);
-        list->setProperty("contentY", y);
-        const qint64 stepped = clock.nsecsElapsed();
-        const FrameWatch::Times frame = frames.wait();
-        if (frame.swapped < 0)
-            break;
-        const qint64 frameStart = frame.requested >= 0 ? frame.requested : stepped;
-        if (frame.requested < 0)
-            ++unrequested;
-        else
-            waitMs.push_back(ms(frame.requested - stepped));
-        stepMs.push_back(ms(stepped - start));
-        polishMs.push_back(ms(frame.polished - frameStart));
-        renderMs.push_back(ms(frame.swapped - frame.synced));
-        workMs.push_back(ms(stepped - start) + ms(frame.swapped - frameStart));
-        if (lastSwap >= 0)
-            intervalMs.push_back(ms(frame.swapped - lastSwap));
-        lastSwap = frame.swapped;
-        // The top: the list says so and the oldest row is laid out.
-        QQuickItem* oldest = nullptr;
-        QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, oldest),
-                                  Q_ARG(int, list->property("count").toInt() - 1));
-        reachedTop = list->property("atYBeginning").toBool() && oldest != nullptr;
+    std::vector<Scroll> scrolls;
+    for (const ScrollSpeed& speed : scrollSpeeds) {
+        QMetaObject::invokeMethod(list, "positionViewAtBeginning");
+        frames.settle();
+        scrolls.push_back(scroll(*list, frames, clock, speed));
     }
     frames.settle();
-    const int scrollFrames = int(workMs.size());
-    const auto over16 = [&](const std::vector<double>& values) {
-        return int(std::count_if(values.begin() + std::min<std::size_t>(1, values.size()),
-                                 values.end(), [](double f) { return f > 16.0; }));
-    };
     const bool rowsKept = chat->messages()->rowCount() == rows;
     const bool nothingAsked = model.session().loadingHistory().isEmpty();
 
@@ -476,22 +522,14 @@ int measure() {
                 "MB\n",
                 rssBefore, firstEmpty.added, firstLong.added, rssAfterFirst,
                 rssAfterFirst - rssBefore, median(addedLong), median(addedEmpty));
-    std::printf("  c. scrolling newest to oldest, %.0f px a frame: %s in %d frames\n"
-                "     work per frame (step + update request to swap): median %.1f ms, worst %.1f "
-                "ms, first %.1f ms; %d over 16 ms after the first\n"
-                "     of which the step (rows coming into view) median %.1f, worst %.1f; polish "
-                "median %.1f, worst %.1f; sync+render+swap median %.1f, worst %.1f\n"
-                "     paced by the update request: waited median %.1f ms (%d frames came "
-                "without one); swap to swap median %.1f ms, worst %.1f\n",
-                scrollStep, reachedTop ? "reached the oldest" : "DID NOT REACH the oldest",
-                scrollFrames, median(workMs), worst(workMs), workMs.empty() ? -1 : workMs[0],
-                over16(workMs), median(stepMs), worst(stepMs), median(polishMs), worst(polishMs),
-                median(renderMs), worst(renderMs), median(waitMs), unrequested, median(intervalMs),
-                worst(intervalMs));
-    std::printf("     started at the newest: %s; at the top: hasOlder %s, history requests %s, "
-                "rows %s\n",
-                startedAtEnd ? "yes" : "no", chat->hasOlder() ? "true" : "false",
-                nothingAsked ? "none" : "SOME", rowsKept ? "unchanged" : "CHANGED");
+    std::printf("  c. scrolling from the newest message towards the oldest (%s)\n",
+                startedAtEnd ? "the view opened at the newest"
+                             : "the view DID NOT open at the newest");
+    for (const Scroll& run : scrolls)
+        run.print();
+    std::printf("     at the top: hasOlder %s, history requests %s, rows %s\n",
+                chat->hasOlder() ? "true" : "false", nothingAsked ? "none" : "SOME",
+                rowsKept ? "unchanged" : "CHANGED");
     std::printf("  d. session send while the view shows the newest: the call median %.2f ms "
                 "(max %.2f); to the frame showing it median %.1f ms (max %.1f); %d rows for %d "
                 "sends\n",

@@ -229,7 +229,7 @@ TestCase {
         const deleted = rowWhere(view, r => r.rowID === rowID)
         compare(findChild(deleted, "deletedText").text, "Hai eliminato questo messaggio")
         compare(view.chat.actions(rowID).length, 0)
-        verify(!findChild(deleted, "moreButton").visible)
+        verify(!findChild(deleted, "moreButton"), "no actions on a deleted message")
     }
 
     function test_searchFindsASentWordAndSaysWhenNothingMatches() {
@@ -354,8 +354,9 @@ TestCase {
         const chips = () => {
             const row = rowWhere(view, r => r.rowID === rowID)
             const found = []
+            // The reactions' row exists only while there are reactions.
             const reactions = findChild(row, "reactions")
-            for (let i = 0; i < reactions.children.length; ++i)
+            for (let i = 0; reactions && i < reactions.children.length; ++i)
                 if (reactions.children[i].objectName === "reaction")
                     found.push(reactions.children[i])
             return found
@@ -505,8 +506,7 @@ TestCase {
         tryVerify(() => rowOf() && !rowOf().pending, 10000, "accepted on the retry")
         row = rowOf()
         compare(row.delivery, "sent")
-        verify(!findChild(row, "failureRow").visible)
-        compare(findChild(row, "failureText").text, "")
+        verify(!findChild(row, "failureRow"), "no failure line once sent")
         let copies = 0
         for (let i = 0; i < list(view).count; ++i) {
             const r = list(view).itemAtIndex(i)

@@ -5,6 +5,11 @@ import Brevio
 
 // One message of the list: one's own on the right, others' on the left, with the author's name,
 // the quoted message, the text, the time and ticks, a failed message's buttons and the reactions.
+//
+// A long conversation scrolls through hundreds of these a second, and every item of every row on
+// screen is visited each time the list moves: the bubble is laid out by hand, without positioners,
+// and what most messages do not show (a quote, the deleted line, a failure, reactions, the actions
+// button, the focus ring) is made only for the rows that show it.
 Item {
     id: bubble
 
@@ -41,6 +46,8 @@ Item {
 
     readonly property bool hasQuote: !deleted && !!quote && quote.seq !== undefined
     readonly property bool hasAvatarSlot: isGroup && !mine
+    readonly property bool showsAuthorLabel: showsAuthor && !mine
+    readonly property bool hasReactions: !deleted && !!reactions && reactions.length > 0
     readonly property real avatarOffset: hasAvatarSlot ? Theme.avatarBubble + Theme.s : 0
     readonly property real maxBodyWidth: Math.max(120, Math.min(width * Theme.bubbleWidthRatio,
                                                                 Theme.bubbleMaxWidth))
@@ -48,12 +55,58 @@ Item {
     readonly property color textColor: mine ? Theme.ownText : Theme.otherText
     readonly property color metaColor: mine ? Theme.ownMeta : Theme.otherMeta
     readonly property alias hovered: hover.hovered
-    // The rich text in this bubble's colours: links in the bubble's link colour (the document
-    // would take the desktop's default blue), matched words readable on the highlight.
 
-    implicitHeight: stack.height + (continues ? Theme.runSpacing : Theme.authorSpacing)
+    // The column the bubble and what hangs under it stand in, beside the avatar slot.
+    readonly property real stackX: Theme.l + avatarOffset
+    readonly property real stackWidth: width - 2 * Theme.l - avatarOffset
+
+    // The text's widest line, measured apart from the laid-out text so that the width the text
+    // gets does not feed back into it.
+    readonly property real textNatural: {
+        if (deleted)
+            return deletedLoader.width
+        if (text.indexOf("\n") < 0)
+            return Math.ceil(bodyMetrics.advanceWidth(text)) + 2
+        let widest = 0
+        for (const line of text.split("\n"))
+            widest = Math.max(widest, bodyMetrics.advanceWidth(line))
+        return Math.ceil(widest) + 2
+    }
+    // The time (with "modificato" and the ticks) beside a short one-line text, under anything
+    // longer.
+    readonly property real metaWidth: (editedLabel.visible ? editedLabel.implicitWidth + Theme.xs : 0)
+                                      + timeLabel.implicitWidth
+                                      + (ticks.visible ? Theme.xs + ticks.width : 0)
+    readonly property real metaHeight: Math.max(timeLabel.implicitHeight,
+                                                ticks.visible ? ticks.height : 0)
+    readonly property bool metaInline: textNatural + Theme.s + metaWidth <= innerMax
+                                       && (deleted || text.indexOf("\n") < 0)
+    readonly property real textWidth: metaInline ? textNatural : Math.min(textNatural, innerMax)
+    readonly property real textHeight: deleted ? deletedLoader.height : textEdit.height
+    readonly property real contentWidth: Math.min(innerMax, Math.max(
+        showsAuthorLabel ? Math.ceil(authorMetrics.advanceWidth) + 2 : 0,
+        quoteLoader.item ? quoteLoader.item.implicitWidth : 0,
+        metaInline ? textNatural + Theme.s + metaWidth : Math.max(textWidth, metaWidth)))
+    // Where the text starts inside the bubble: under the author's name and the quote.
+    readonly property real textTop: quoteLoader.item ? quoteLoader.y + quoteLoader.height + Theme.xs
+                                  : showsAuthorLabel ? authorLabel.y + authorLabel.height + Theme.xs
+                                  : contentTop
+    readonly property real textRowHeight: metaInline ? Math.max(textHeight, metaHeight)
+                                                     : textHeight + metaHeight
+    readonly property real contentTop: Theme.bubblePadding - 3
+
+    // Under the bubble: a failed message's line, then the reactions.
+    readonly property real failureBottom: failureLoader.item ? failureLoader.y + failureLoader.height
+                                                             : body.height
+    readonly property real stackHeight: reactionsLoader.item
+                                        ? reactionsLoader.y + reactionsLoader.height : failureBottom
+
+    implicitHeight: stackHeight + (continues ? Theme.runSpacing : Theme.authorSpacing)
 
     function openActions() { bubble.actionsRequested(body, body.width / 2, body.height / 2) }
+
+    FontMetrics { id: bodyMetrics; font: textEdit.font }
+    TextMetrics { id: authorMetrics; font: authorLabel.font; text: bubble.author }
 
     HoverHandler { id: hover }
 
@@ -72,213 +125,187 @@ Item {
         }
     }
 
-    Column {
-        id: stack
-        x: Theme.l + bubble.avatarOffset
-        width: bubble.width - 2 * Theme.l - bubble.avatarOffset
-        spacing: Theme.xs
+    BubbleShape {
+        id: body
+        objectName: "bubbleBody"
+        x: bubble.stackX + (bubble.mine ? bubble.stackWidth - width : 0)
+        width: bubble.contentWidth + 2 * Theme.bubblePadding
+        height: bubble.textTop + bubble.textRowHeight + bubble.contentTop
+        isMine: bubble.mine
+        cutsCorner: !bubble.continues
+        radius: Theme.radiusBubble
+        cut: Theme.bubbleCut
+        color: bubble.mine ? Theme.ownBubble : Theme.otherBubble
+        borderColor: bubble.mine ? Theme.ownBubble : Theme.otherBubbleBorder
+        borderWidth: bubble.mine ? 0 : 1
 
-        Item {
-            id: body
-            objectName: "bubbleBody"
-            x: bubble.mine ? stack.width - width : 0
-            width: content.width + 2 * Theme.bubblePadding
-            height: content.height + 2 * (Theme.bubblePadding - 3)
-
-            BubbleShape {
-                anchors.fill: parent
-                isMine: bubble.mine
-                cutsCorner: !bubble.continues
-                color: bubble.mine ? Theme.ownBubble : Theme.otherBubble
-                borderColor: bubble.mine ? Theme.ownBubble : Theme.otherBubbleBorder
-                borderWidth: bubble.mine ? 0 : 1
-            }
-            // The current search match, or the row the keyboard is on.
-            Rectangle {
+        // The current search match, or the row the keyboard is on.
+        Loader {
+            active: bubble.currentMatch || bubble.isCurrent
+            anchors.fill: parent
+            anchors.margins: -3
+            sourceComponent: Rectangle {
                 objectName: "matchOutline"
-                anchors.fill: parent
-                anchors.margins: -3
                 radius: Theme.radiusBubble + 3
                 color: "transparent"
                 border.width: Theme.focusRing
                 border.color: bubble.currentMatch ? Theme.matchOutline : Theme.accent
-                visible: bubble.currentMatch || bubble.isCurrent
             }
+        }
 
-            Column {
-                id: content
-                x: Theme.bubblePadding
-                y: Theme.bubblePadding - 3
+        Label {
+            id: authorLabel
+            objectName: "authorLabel"
+            visible: bubble.showsAuthorLabel
+            x: Theme.bubblePadding
+            y: bubble.contentTop
+            width: bubble.contentWidth
+            text: bubble.author
+            color: Theme.accentText
+            font.pixelSize: Theme.secondary
+            font.weight: Font.DemiBold
+            elide: Text.ElideRight
+        }
+
+        Loader {
+            id: quoteLoader
+            active: bubble.hasQuote
+            x: Theme.bubblePadding
+            y: bubble.showsAuthorLabel ? authorLabel.y + authorLabel.height + Theme.xs
+                                       : bubble.contentTop
+            width: bubble.contentWidth
+            sourceComponent: QuoteView {
+                objectName: "quoteView"
+                mine: bubble.mine
+                title: bubble.hasQuote ? bubble.quote.title : ""
+                quotedText: bubble.hasQuote ? bubble.quote.text : ""
+                deleted: bubble.hasQuote && bubble.quote.deleted
+                onClicked: bubble.quoteActivated(bubble.quote.seq)
+            }
+        }
+
+        TextEdit {
+            id: textEdit
+            objectName: "messageText"
+            visible: !bubble.deleted
+            x: Theme.bubblePadding
+            y: bubble.textTop
+            width: bubble.textWidth
+            text: bubble.deleted ? "" : bubble.richText
+            textFormat: TextEdit.RichText
+            wrapMode: TextEdit.Wrap
+            readOnly: true
+            selectByMouse: true
+            color: bubble.textColor
+            selectionColor: bubble.mine ? Theme.ownMeta : Theme.accent
+            selectedTextColor: bubble.mine ? Theme.ownBubble : Theme.ownText
+            font.pixelSize: Theme.body
+            activeFocusOnTab: false
+            Accessible.role: Accessible.StaticText
+            Accessible.name: bubble.text
+            onLinkActivated: (link) => Qt.openUrlExternally(link)
+
+            HoverHandler {
+                cursorShape: textEdit.hoveredLink.length > 0 ? Qt.PointingHandCursor
+                                                            : Qt.IBeamCursor
+            }
+        }
+
+        Loader {
+            id: deletedLoader
+            active: bubble.deleted
+            x: Theme.bubblePadding
+            y: bubble.textTop
+            sourceComponent: Row {
+                objectName: "deletedRow"
                 spacing: Theme.xs
-                width: Math.min(bubble.innerMax, Math.max(
-                    authorLabel.visible ? Math.ceil(authorMetrics.advanceWidth) + 2 : 0,
-                    quoteView.visible ? quoteView.implicitWidth : 0,
-                    textRow.naturalWidth))
-
-                // Measured apart from the label, whose own width follows the column's.
-                TextMetrics { id: authorMetrics; font: authorLabel.font; text: authorLabel.text }
+                Icon {
+                    anchors.verticalCenter: parent.verticalCenter
+                    symbol: "nosign"
+                    color: bubble.metaColor
+                }
                 Label {
-                    id: authorLabel
-                    objectName: "authorLabel"
-                    visible: bubble.showsAuthor && !bubble.mine
-                    width: content.width
-                    text: bubble.author
-                    color: Theme.accentText
-                    font.pixelSize: Theme.secondary
-                    font.weight: Font.DemiBold
-                    elide: Text.ElideRight
-                }
-
-                QuoteView {
-                    id: quoteView
-                    objectName: "quoteView"
-                    visible: bubble.hasQuote
-                    width: content.width
-                    mine: bubble.mine
-                    title: bubble.hasQuote ? bubble.quote.title : ""
-                    quotedText: bubble.hasQuote ? bubble.quote.text : ""
-                    deleted: bubble.hasQuote && bubble.quote.deleted
-                    onClicked: bubble.quoteActivated(bubble.quote.seq)
-                }
-
-                // The text (or the deleted line) with the time and ticks: beside a short one-line
-                // text, under anything longer.
-                Item {
-                    id: textRow
-                    readonly property real gap: Theme.s
-                    // The widest line of the text, measured apart from the laid-out text so
-                    // that the width the text gets does not feed back into it.
-                    readonly property real textNatural: {
-                        if (bubble.deleted)
-                            return deletedRow.implicitWidth
-                        let widest = 0
-                        for (const line of bubble.text.split("\n"))
-                            widest = Math.max(widest, bodyMetrics.advanceWidth(line))
-                        return Math.ceil(widest) + 2
-                    }
-                    FontMetrics { id: bodyMetrics; font: textEdit.font }
-                    // One line at its natural width unless the text breaks lines itself.
-                    readonly property bool inline: textNatural + gap + meta.implicitWidth <= bubble.innerMax
-                                                   && (bubble.deleted || bubble.text.indexOf("\n") < 0)
-                    readonly property real naturalWidth: inline
-                        ? textNatural + gap + meta.implicitWidth
-                        : Math.max(Math.min(textNatural, bubble.innerMax), meta.implicitWidth)
-                    width: content.width
-                    height: inline ? Math.max(textBlock.height, meta.implicitHeight)
-                                   : textBlock.height + meta.implicitHeight
-
-                    Item {
-                        id: textBlock
-                        width: textRow.inline ? textRow.textNatural
-                                              : Math.min(textRow.textNatural, bubble.innerMax)
-                        height: bubble.deleted ? deletedRow.implicitHeight : textEdit.height
-
-                        TextEdit {
-                            id: textEdit
-                            objectName: "messageText"
-                            visible: !bubble.deleted
-                            width: parent.width
-                            text: bubble.richText
-                            textFormat: TextEdit.RichText
-                            wrapMode: TextEdit.Wrap
-                            readOnly: true
-                            selectByMouse: true
-                            color: bubble.textColor
-                            selectionColor: bubble.mine ? Theme.ownMeta : Theme.accent
-                            selectedTextColor: bubble.mine ? Theme.ownBubble : Theme.ownText
-                            font.pixelSize: Theme.body
-                            activeFocusOnTab: false
-                            Accessible.role: Accessible.StaticText
-                            Accessible.name: bubble.text
-                            onLinkActivated: (link) => Qt.openUrlExternally(link)
-
-                            HoverHandler {
-                                cursorShape: textEdit.hoveredLink.length > 0 ? Qt.PointingHandCursor
-                                                                            : Qt.IBeamCursor
-                            }
-                        }
-                        Row {
-                            id: deletedRow
-                            objectName: "deletedRow"
-                            visible: bubble.deleted
-                            spacing: Theme.xs
-                            Icon {
-                                anchors.verticalCenter: parent.verticalCenter
-                                symbol: "nosign"
-                                color: bubble.metaColor
-                            }
-                            Label {
-                                objectName: "deletedText"
-                                // On the row's bottom, like the time beside it: the symbol is
-                                // taller than the line.
-                                anchors.bottom: parent.bottom
-                                text: bubble.deletedText
-                                color: bubble.metaColor
-                                font.italic: true
-                            }
-                        }
-                    }
-
-                    Row {
-                        id: meta
-                        objectName: "meta"
-                        spacing: Theme.xs
-                        x: textRow.width - width
-                        y: textRow.height - height
-                        Label {
-                            objectName: "editedLabel"
-                            visible: bubble.edited && !bubble.deleted
-                            text: "modificato"
-                            color: bubble.metaColor
-                            font.pixelSize: Theme.small
-                        }
-                        Label {
-                            objectName: "timeLabel"
-                            text: bubble.time
-                            color: bubble.metaColor
-                            font.pixelSize: Theme.small
-                        }
-                        TicksView {
-                            objectName: "ticks"
-                            anchors.verticalCenter: parent.verticalCenter
-                            visible: bubble.mine && bubble.showsStatus && !bubble.deleted
-                            symbol: bubble.deliverySymbol
-                            text: bubble.deliveryText
-                            color: bubble.metaColor
-                        }
-                    }
+                    objectName: "deletedText"
+                    // On the row's bottom, like the time beside it: the symbol is taller than
+                    // the line.
+                    anchors.bottom: parent.bottom
+                    text: bubble.deletedText
+                    color: bubble.metaColor
+                    font.italic: true
                 }
             }
+        }
 
-            // Right click anywhere on the bubble; the text keeps the left button for selecting.
-            MouseArea {
-                anchors.fill: parent
-                acceptedButtons: Qt.RightButton
-                enabled: !bubble.deleted
-                onClicked: (mouse) => bubble.actionsRequested(body, mouse.x, mouse.y)
-            }
+        // The time, after "modificato" and before the ticks, at the text row's bottom right.
+        Label {
+            id: editedLabel
+            objectName: "editedLabel"
+            visible: bubble.edited && !bubble.deleted
+            x: timeLabel.x - Theme.xs - width
+            y: timeLabel.y
+            text: "modificato"
+            color: bubble.metaColor
+            font.pixelSize: Theme.small
+        }
+        Label {
+            id: timeLabel
+            objectName: "timeLabel"
+            x: Theme.bubblePadding + bubble.contentWidth - bubble.metaWidth
+               + (editedLabel.visible ? editedLabel.implicitWidth + Theme.xs : 0)
+            y: bubble.textTop + bubble.textRowHeight - bubble.metaHeight
+               + (bubble.metaHeight - height) / 2
+            text: bubble.time
+            color: bubble.metaColor
+            font.pixelSize: Theme.small
+        }
+        TicksView {
+            id: ticks
+            objectName: "ticks"
+            visible: bubble.mine && bubble.showsStatus && !bubble.deleted
+            x: timeLabel.x + timeLabel.width + Theme.xs
+            y: bubble.textTop + bubble.textRowHeight - bubble.metaHeight
+               + (bubble.metaHeight - height) / 2
+            symbol: bubble.deliverySymbol
+            text: bubble.deliveryText
+            color: bubble.metaColor
+        }
 
-            IconButton {
-                id: moreButton
+        // Right click anywhere on the bubble; the text keeps the left button for selecting.
+        MouseArea {
+            anchors.fill: parent
+            acceptedButtons: Qt.RightButton
+            enabled: !bubble.deleted
+            onClicked: (mouse) => bubble.actionsRequested(body, mouse.x, mouse.y)
+        }
+
+        // The actions button beside the bubble while the pointer or the keyboard is on the row.
+        // The menu opens at the button's place on the bubble, which outlives the button.
+        Loader {
+            id: moreLoader
+            active: !bubble.deleted && (bubble.hovered || bubble.isCurrent)
+            width: 26
+            height: 26
+            x: bubble.mine ? -width - Theme.xs : parent.width + Theme.xs
+            y: (parent.height - height) / 2
+            sourceComponent: IconButton {
                 objectName: "moreButton"
                 symbol: "ellipsis"
                 help: "Azioni sul messaggio"
                 focusPolicy: Qt.NoFocus
-                visible: !bubble.deleted && (bubble.hovered || bubble.isCurrent || pressed)
-                width: 26
-                height: 26
-                anchors.verticalCenter: parent.verticalCenter
-                x: bubble.mine ? -width - Theme.xs : parent.width + Theme.xs
-                onClicked: bubble.actionsRequested(moreButton, 0, moreButton.height)
+                onClicked: bubble.actionsRequested(body, moreLoader.x, moreLoader.y + height)
             }
         }
+    }
 
-        // A message that could not be sent: why, and what to do.
-        RowLayout {
+    // A message that could not be sent: why, and what to do.
+    Loader {
+        id: failureLoader
+        active: bubble.delivery === "failed"
+        x: bubble.stackX + bubble.stackWidth - width
+        y: body.height + Theme.xs
+        width: item ? Math.min(item.implicitWidth, bubble.stackWidth) : 0
+        sourceComponent: RowLayout {
             objectName: "failureRow"
-            visible: bubble.delivery === "failed"
-            x: stack.width - width
-            width: Math.min(implicitWidth, stack.width)
             spacing: Theme.xs
             Label {
                 objectName: "failureText"
@@ -302,14 +329,18 @@ Item {
                 onClicked: bubble.chat.discard(bubble.rowID)
             }
         }
+    }
 
-        Row {
+    Loader {
+        id: reactionsLoader
+        active: bubble.hasReactions
+        x: bubble.stackX + (bubble.mine ? bubble.stackWidth - width : 0)
+        y: bubble.failureBottom + Theme.xs
+        sourceComponent: Row {
             objectName: "reactions"
-            visible: !bubble.deleted && bubble.reactions && bubble.reactions.length > 0
-            x: bubble.mine ? stack.width - width : 0
             spacing: Theme.xs
             Repeater {
-                model: bubble.deleted ? [] : bubble.reactions
+                model: bubble.hasReactions ? bubble.reactions : []
                 delegate: AbstractButton {
                     id: chip
                     required property var modelData
