@@ -23,6 +23,11 @@ TimelineFeed::Shape TimelineFeed::shapeOf(const ChatState& state, const QString&
     while (from > 0 && stored[from - 1].sentAt.isValid() && stored[from - 1].sentAt > windowStart)
         --from;
     shape.changeableFrom = from;
+    // A renamed person changes rows anywhere in the conversation.
+    size_t names = 0;
+    for (auto user = state.users.cbegin(); user != state.users.cend(); ++user)
+        names += qHashMulti(0, user.key(), user->name); // in any order
+    shape.names = names;
     return shape;
 }
 

@@ -36,12 +36,13 @@ private:
         QString myID;
         DeliveryThresholds thresholds;
         qsizetype changeableFrom = 0; // first stored message still inside the change window
+        size_t names = 0;             // the people's names the rows show as authors and in quotes
         // Equal but for the receipts' marks, which move only the ticks of the messages between
         // the old and the new mark.
         bool sameBesideMarks(const Shape& b) const {
             return conversationID == b.conversationID && unreadAfter == b.unreadAfter &&
                    today == b.today && myID == b.myID && thresholds.valid == b.thresholds.valid &&
-                   changeableFrom == b.changeableFrom;
+                   changeableFrom == b.changeableFrom && names == b.names;
         }
     };
     struct Built {

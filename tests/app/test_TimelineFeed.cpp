@@ -86,5 +86,33 @@ TEST(TimelineFeedProperties, RowsEqualAFreshTimelineAfterEveryEvent) {
     EXPECT_GT(whole, 100);
 }
 
+// A person renamed while the conversation is open: every row of theirs shows the new name, however
+// far back, even though no message changed.
+TEST(TimelineFeed, ARenamedAuthorIsRenamedInEveryRow) {
+    ChatState state = signedInState();
+    state.users.insert("ann", clientUser("ann", "k"));
+    state.upsertConversation(group("g", {"me", "ann"}, 40));
+    state.mergeHistory("g", range("g", 1, 40), false, true);
+    MessageListModel model;
+    model.setZone(rome);
+    TimelineFeed feed(model);
+    const auto names = [&state](const QString& id) { return state.users.value(id).name; };
+    const QDateTime now = base().addSecs(41 * 60);
+    feed.update(state, "g", std::nullopt, now, rome, names);
+    const int oldest = model.rowOf("msg:m-g-1");
+    ASSERT_GE(oldest, 0);
+    EXPECT_EQ(model.data(model.index(oldest), MessageListModel::AuthorRole), "Cliente ann");
+
+    state.users["ann"].name = "Anna Neri";
+    QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
+    EXPECT_FALSE(feed.update(state, "g", std::nullopt, now, rome, names))
+        << "a new name is not a change of the newest rows only";
+    EXPECT_EQ(model.data(model.index(oldest), MessageListModel::AuthorRole), "Anna Neri");
+    EXPECT_FALSE(changed.isEmpty());
+
+    // Nothing changed since: the next update takes the short way again.
+    EXPECT_TRUE(feed.update(state, "g", std::nullopt, now, rome, names));
+}
+
 } // namespace
 } // namespace brevio::test
