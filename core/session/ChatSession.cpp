@@ -287,7 +287,7 @@ ConnectionLoop::Hooks ChatSession::loopHooks() {
             [this](const ServerError& error) { return handleFatal(error); },
             [this] { attached(); },
             [this](const ServerFrame& frame) { dispatch(frame); },
-            [this] { abandonRequests(); }};
+            [this] { connectionLost(); }};
 }
 
 void ChatSession::welcomed(const Welcome& welcome) {
@@ -380,9 +380,20 @@ void ChatSession::abandonRequests() {
 void ChatSession::teardown() {
     loop_.teardown();
     // Everything of the old connection is gone before anyone sees "offline".
+    connectionLost();
+    setStatus(ConnectionStatus::offline());
+}
+
+void ChatSession::connectionLost() {
     abandonRequests();
     typing_.clear();
-    setStatus(ConnectionStatus::offline());
+    // Without a connection nobody is known to be online or typing: the marks heard on the old one
+    // go, and the next welcome and events bring them back. Never saved, so nothing is written.
+    if (!state_.online.isEmpty() || !state_.typing.isEmpty()) {
+        state_.online.clear();
+        state_.typing.clear();
+        Q_EMIT stateChanged();
+    }
 }
 
 void ChatSession::signOutNow(SignOutReason reason, bool keepLocalCopy) {

@@ -188,6 +188,8 @@ private:
     void attached();
     bool handleFatal(const ServerError& error);
     void teardown();
+    // The connection broke or was ended: what waited for it fails, what it told of others lapses.
+    void connectionLost();
     void abandonRequests();
     void dispatch(const ServerFrame& frame);
     void request(ClientFrame frame, const QString& id, ReplyTable::Completion completion);

@@ -305,6 +305,34 @@ TEST(SessionOutbox, AMessageWrittenOfflineGoesOutOnceAtTheNextConnection) {
     EXPECT_EQ(h->state().messages.value("c1").first().clientID, a);
 }
 
+TEST(SessionEvents, PresenceAndTypingHeardOnALostConnectionAreForgottenBeforeItSaysOffline) {
+    SessionHarness h(SessionSettings{{1, 30, 0}, 20s, 15s, false});
+    h.signIn();
+    h.connection().push(ServerFrame::presence({"u-client1", true}));
+    h.connection().push(ServerFrame::typing({"c1", "u-client1", true}));
+    h.advance(0ms);
+    ASSERT_TRUE(h->state().online.contains("u-client1"));
+    ASSERT_EQ(h->state().typingUsers("c1"), QStringList{"u-client1"});
+
+    // Whoever looks at the state when the status says offline sees nobody online or typing.
+    bool staleWhenOffline = false;
+    QObject::connect(h.session.get(), &ChatSession::statusChanged, [&] {
+        if (!h->status().isOnline())
+            staleWhenOffline |= !h->state().online.isEmpty() || !h->state().typing.isEmpty();
+    });
+    h.advance(6s); // anything the events scheduled is written
+    const auto writes = h.store.writes.size();
+    h.transport.serverDown = true;
+    h.connection().fail();
+    h.advance(0ms);
+    EXPECT_FALSE(h->status().isOnline());
+    EXPECT_FALSE(staleWhenOffline);
+    EXPECT_TRUE(h->state().online.isEmpty());
+    EXPECT_TRUE(h->state().typingUsers("c1").isEmpty());
+    h.advance(6s);
+    EXPECT_EQ(h.store.writes.size(), writes) << "presence and typing are never saved";
+}
+
 TEST(SessionOutbox, AnAckLostWithTheConnectionIsResentWithTheSameClientID) {
     SessionHarness h(SessionSettings{{1, 30, 0}, 20s, 15s, false});
     h.signIn();
