@@ -22,7 +22,6 @@ void ClientHomeModel::setApp(AppModel* app) {
         connect(app_, &AppModel::stateChanged, this, &ClientHomeModel::refresh);
         connect(app_, &AppModel::sessionReplaced, this, &ClientHomeModel::refresh);
         connect(app_, &AppModel::selectionChanged, this, &ClientHomeModel::refresh);
-        connect(app_, &AppModel::statusChanged, this, &ClientHomeModel::refresh);
     }
     refresh();
     Q_EMIT appChanged();
@@ -70,8 +69,7 @@ void ClientHomeModel::refresh() {
     QVariantList conversations;
     if (app_ && app_->session().phase().isSignedIn()) {
         const ChatState& state = app_->session().state();
-        // Presence heard before a lost connection says nothing about now.
-        online = app_->session().status().isOnline() && isStaffOnline(state);
+        online = isStaffOnline(state); // the session forgets presence when the connection goes
         const QStringList order = conversationOrder(state);
         for (const QString& id : order) {
             const qint64 unread = state.unreadCount(id);
