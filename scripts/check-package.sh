@@ -14,7 +14,8 @@ fail() {
 }
 qml_dir=/usr/lib/x86_64-linux-gnu/qt6/qml
 
-version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
+version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt" 2>/dev/null || true)
+[ -n "$version" ] || { echo "check-package: $build is not a configured build directory" >&2; exit 1; }
 rm -f "$build"/package/brevio_*.deb
 echo "+ cpack in $build"
 if ! cpack --config "$build/CPackConfig.cmake" -B "$build/package" >"$scratch/cpack.log" 2>&1; then
@@ -24,7 +25,7 @@ fi
 deb="$build/package/brevio_${version}_amd64.deb"
 [ -f "$deb" ] || { echo "FAIL: no $deb" >&2; exit 1; }
 ls -l "$deb"
-dpkg-deb -I "$deb" >"$scratch/info"
+dpkg-deb -I "$deb"
 dpkg-deb -c "$deb" >"$scratch/contents"
 field() { dpkg-deb -f "$deb" "$1"; }
 
@@ -51,7 +52,7 @@ for lib in libqt6core6 libqt6gui6 libqt6quick6 libqt6qml6 libqt6websockets6 libs
     grep -qx "$lib" <<<"$depends_names" || fail "Depends lacks $lib (dpkg-shlibdeps did not run?)"
 done
 # Each `import` of the app's QML maps to the package owning that module's qmldir.
-imports=$(sed -n 's/^import \([A-Za-z.]*\).*/\1/p' app/views/qml/*.qml | sort -u | grep -vx Brevio)
+imports=$(sed -n 's/^import \([A-Za-z.]*\).*/\1/p' app/views/qml/*.qml | sort -u | grep -vx Brevio || true)
 for module in $imports; do
     qmldir="$qml_dir/${module//.//}/qmldir"
     owner=$(dpkg -S "$qmldir" 2>/dev/null | cut -d: -f1) || true
