@@ -373,8 +373,12 @@ QString MessageListModel::richText(const QString& text, const QString& query,
             href.prepend(QStringLiteral("https://"));
         spans.append({match.capturedStart(), match.capturedEnd(), href});
     }
+    const QList<TextMatch::Range> matches = TextMatch::find(text, query);
+    // Nothing to mark up: the bubble shows the plain text, which lays out much faster.
+    if (spans.isEmpty() && matches.isEmpty())
+        return {};
     QList<bool> marked(text.size(), false);
-    for (const TextMatch::Range& r : TextMatch::find(text, query))
+    for (const TextMatch::Range& r : matches)
         for (qsizetype i = r.start; i < r.start + r.length; ++i)
             marked[i] = true;
 

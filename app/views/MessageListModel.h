@@ -24,7 +24,7 @@ public:
         RowIDRole,
         SeparatorRole, // the day or unread separator's text
         TextRole,
-        RichTextRole, // the text as HTML: links clickable, search matches highlighted
+        RichTextRole, // the text as HTML when it has links or search matches, otherwise ""
         AuthorRole,
         AuthorIDRole,
         MineRole,
@@ -93,8 +93,8 @@ public:
     const TimelineEntry& entry(int row) const { return rows_[row].entry; }
     QString rowID(int row) const { return rows_[row].id; }
 
-    // HTML for a message text: escaped, line breaks kept, web addresses as links (in `linkColor`),
-    // matches of `query` highlighted.
+    // HTML for a message text: escaped, line breaks kept, web addresses as links (in the style's
+    // link colour), matches of `query` highlighted; "" when it has neither links nor matches.
     static QString richText(const QString& text, const QString& query, const TextStyle& style,
                             bool mine);
 

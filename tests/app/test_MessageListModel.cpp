@@ -120,8 +120,12 @@ TEST_F(ListFixture, RowsCarryTheTextsTheBubbleShows) {
 
 TEST(MessageRichText, EscapesLinksLineBreaksAndHighlights) {
     const MessageListModel::TextStyle style{"#ff0", "#111", "#00f", "#fff"};
-    EXPECT_EQ(MessageListModel::richText("<b>a & b</b>\nc", {}, style, false),
-              "&lt;b&gt;a &amp; b&lt;/b&gt;<br>c");
+    // Plain text, nothing to mark up: no HTML at all, the bubble shows the text as it is.
+    EXPECT_EQ(MessageListModel::richText("<b>a & b</b>\nc", {}, style, false), "");
+    EXPECT_EQ(MessageListModel::richText("<b>a & b</b>\nc", "zz", style, false), "");
+    EXPECT_EQ(MessageListModel::richText("<b>a & b</b>\nc", "c", style, false),
+              "&lt;b&gt;a &amp; b&lt;/b&gt;<br><span "
+              "style=\"color:#111;background-color:#ff0\">c</span>");
     // Links take the colour of the bubble they are in.
     EXPECT_EQ(MessageListModel::richText("vedi www.esempio.it.", {}, style, false),
               "vedi <a style=\"color:#00f\" href=\"https://www.esempio.it\">www.esempio.it</a>.");

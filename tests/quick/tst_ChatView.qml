@@ -245,11 +245,16 @@ TestCase {
         const status = findChild(view, "searchStatus")
         compare(status.text, "1 di 1")
         tryVerify(() => rowWhere(view, r => r.rowID === sent.rowID).currentMatch)
+        const shown = () => findChild(rowWhere(view, r => r.rowID === sent.rowID), "messageText")
         verify(findChild(rowWhere(view, r => r.rowID === sent.rowID), "matchOutline").visible)
+        compare(shown().textFormat, TextEdit.RichText, "the match is highlighted")
 
         findChild(view, "searchField").text = ""
         type("zzqqxx")
         compare(status.text, "Nessun risultato")
+        // No longer a match: the plain words again, not the markup of the highlight.
+        compare(shown().textFormat, TextEdit.PlainText)
+        compare(shown().text, "Controllate il tachimetro digitale")
 
         keyClick(Qt.Key_Escape)
         verify(!bar.visible)

@@ -191,8 +191,16 @@ Item {
             x: Theme.bubblePadding
             y: bubble.textTop
             width: bubble.textWidth
-            text: bubble.deleted ? "" : bubble.richText
-            textFormat: TextEdit.RichText
+            // Plain unless it has links or search matches to show: plain text lays out faster.
+            textFormat: bubble.richText.length > 0 ? TextEdit.RichText : TextEdit.PlainText
+            text: shownText()
+            // A change of format rewrites the text (rich to plain leaves the document's HTML in
+            // it), whichever of the two bindings ran first: give it the right text again.
+            onTextFormatChanged: text = Qt.binding(shownText)
+            function shownText() {
+                return bubble.deleted ? "" : bubble.richText.length > 0 ? bubble.richText
+                                                                         : bubble.text
+            }
             wrapMode: TextEdit.Wrap
             readOnly: true
             selectByMouse: true
