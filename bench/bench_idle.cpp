@@ -22,6 +22,7 @@
 #include "session/ChatSession.h"
 #include "session/FileSessionStore.h"
 #include "support/EventLoopWait.h"
+#include "support/ProgramHome.h"
 #include "support/TestClient.h"
 #include "transport/WebSocketTransport.h"
 
@@ -120,19 +121,9 @@ public:
     QString dataFolder() const { return home_ + QStringLiteral("/data/Brevio"); }
 
     bool start(const QStringList& arguments) {
-        const QString runtime = home_ + QStringLiteral("/runtime");
-        QDir().mkpath(runtime);
-        QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("HOME"), home_);
-        environment.insert(QStringLiteral("XDG_DATA_HOME"), home_ + QStringLiteral("/data"));
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home_ + QStringLiteral("/config"));
-        environment.insert(QStringLiteral("XDG_CACHE_HOME"), home_ + QStringLiteral("/cache"));
-        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
-        const QString driverPath = home_ + QStringLiteral("/driver");
-        environment.insert(QStringLiteral("BREVIO_TEST_DRIVER"), driverPath);
+        QProcessEnvironment environment = test::programEnvironment(home_);
+        const QString driverPath = test::driverSocket(home_);
         environment.remove(QStringLiteral("BREVIO_PROBE"));
-        environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
         if (backend_.isEmpty())
             environment.remove(QStringLiteral("QT_QUICK_BACKEND"));
         else

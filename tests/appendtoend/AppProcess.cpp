@@ -1,6 +1,7 @@
 #include "appendtoend/AppProcess.h"
 
 #include "support/EventLoopWait.h"
+#include "support/ProgramHome.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -24,21 +25,9 @@ QString AppProcess::dataFolder() const {
 }
 
 bool AppProcess::start() {
-    // Every folder the program uses is under the home; the runtime folder is private, as the
-    // session's is.
-    const QString runtime = home_ + QStringLiteral("/runtime");
-    QDir().mkpath(runtime);
-    QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("HOME"), home_);
-    environment.insert(QStringLiteral("XDG_DATA_HOME"), home_ + QStringLiteral("/data"));
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home_ + QStringLiteral("/config"));
-    environment.insert(QStringLiteral("XDG_CACHE_HOME"), home_ + QStringLiteral("/cache"));
-    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
+    QProcessEnvironment environment = programEnvironment(home_);
     environment.insert(QStringLiteral("BREVIO_PROBE"), QStringLiteral("1"));
-    const QString driverPath = home_ + QStringLiteral("/driver");
-    environment.insert(QStringLiteral("BREVIO_TEST_DRIVER"), driverPath);
-    environment.remove(QStringLiteral("QT_QPA_PLATFORM")); // a real window on the X server
+    const QString driverPath = driverSocket(home_);
     process_.setProcessEnvironment(environment);
     process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     printed.clear();
