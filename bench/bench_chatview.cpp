@@ -20,6 +20,7 @@
 #include "LongConversation.h"
 #include "session/FileSessionStore.h"
 #include "shell/AppModel.h"
+#include "shell/RenderLoop.h"
 #include "support/EventLoopWait.h"
 #include "support/QuietDesktop.h"
 #include "transport/WebSocketTransport.h"
@@ -544,6 +545,7 @@ int measure() {
 
 int main(int argc, char** argv) {
     if (argc > 1 && QByteArray(argv[1]) == "--measure") {
+        RenderLoop::apply(); // the program's own choice of render loop
         QGuiApplication app(argc, argv);
         return measure();
     }
