@@ -481,6 +481,8 @@ int measure() {
     frames.settle();
     const bool rowsKept = chat->messages()->rowCount() == rows;
     const bool nothingAsked = model.session().loadingHistory().isEmpty();
+    // Read now: the view's model goes with the view, closed before the figures are printed.
+    const bool olderAtTop = chat->hasOlder();
 
     // ---- d: one's own message, shown at once ----------------------------------------------------
     Warnings::phase = QStringLiteral("sending");
@@ -529,7 +531,7 @@ int measure() {
     for (const Scroll& run : scrolls)
         run.print();
     std::printf("     at the top: hasOlder %s, history requests %s, rows %s\n",
-                chat->hasOlder() ? "true" : "false", nothingAsked ? "none" : "SOME",
+                olderAtTop ? "true" : "false", nothingAsked ? "none" : "SOME",
                 rowsKept ? "unchanged" : "CHANGED");
     std::printf("  d. session send while the view shows the newest: the call median %.2f ms "
                 "(max %.2f); to the frame showing it median %.1f ms (max %.1f); %d rows for %d "
