@@ -22,6 +22,8 @@ public:
     bool isRegistered() const { return registered_; }
     // The items (icons) that registered with the panel so far.
     QStringList items() const;
+    // The panel's own connection, for reading what the items show.
+    QDBusConnection bus() { return bus_.bus(); }
 
     class Watcher;
 

@@ -2,85 +2,27 @@
 // bus, as the desktop's panel would offer it.
 
 #include "app/AppWorld.h"
+#include "appendtoend/TrayHost.h"
 #include "notifier/BusSupport.h"
 #include "shell/MainWindowClose.h"
 #include "shell/Tray.h"
 
-#include <QDBusAbstractAdaptor>
 #include <QDBusConnectionInterface>
-#include <QSignalSpy>
 #include <QSystemTrayIcon>
 #include <QTest>
-#include <QThread>
 #include <QWindow>
 
 namespace brevio::test {
 namespace {
 
-// The panel's side: items register here and the panel shows them.
-class FakeWatcher : public QObject {
-    Q_OBJECT
-public:
-    QStringList items;
-Q_SIGNALS:
-    void registered(const QString& service);
-};
-
-class WatcherAdaptor : public QDBusAbstractAdaptor {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
-    Q_PROPERTY(bool IsStatusNotifierHostRegistered READ hostRegistered)
-    Q_PROPERTY(int ProtocolVersion READ protocolVersion)
-    Q_PROPERTY(QStringList RegisteredStatusNotifierItems READ registeredItems)
-public:
-    explicit WatcherAdaptor(FakeWatcher* watcher) : QDBusAbstractAdaptor(watcher), w_(watcher) {}
-    bool hostRegistered() const { return true; }
-    int protocolVersion() const { return 0; }
-    QStringList registeredItems() const { return w_->items; }
-public Q_SLOTS:
-    void RegisterStatusNotifierItem(const QString& service, const QDBusMessage& message) {
-        // An item may name only its path; the sender's name goes with it then.
-        const QString item =
-            service.startsWith(QLatin1Char('/')) ? message.service() + service : service;
-        w_->items.append(item);
-        Q_EMIT w_->registered(item);
-    }
-    void RegisterStatusNotifierHost(const QString&) {}
-Q_SIGNALS:
-    void StatusNotifierItemRegistered(const QString& service);
-    void StatusNotifierHostRegistered();
-
-private:
-    FakeWatcher* w_;
-};
-
-// The watcher must be on the bus before the application first asks for a tray. It answers on a
-// thread of its own: the application asks it with blocking calls from the main thread.
-struct Host {
-    Host() {
-        new WatcherAdaptor(&watcher);
-        thread.start();
-        watcher.moveToThread(&thread);
-        EXPECT_TRUE(bus.bus().registerObject(QStringLiteral("/StatusNotifierWatcher"), &watcher));
-        EXPECT_TRUE(bus.bus().registerService(QStringLiteral("org.kde.StatusNotifierWatcher")));
-    }
-    ~Host() {
-        bus.bus().unregisterObject(QStringLiteral("/StatusNotifierWatcher"));
-        thread.quit();
-        thread.wait();
-    }
-    QThread thread;
-    BusConnection bus;
-    FakeWatcher watcher;
-};
-
-Host& host() {
-    static Host h;
+// The watcher must be on the bus before the application first asks for a tray.
+TrayHost& host() {
+    static TrayHost h;
     return h;
 }
 
 // The icon's pictures as the panel reads them from the item: (width, height, ARGB data) each.
-QList<std::tuple<int, int, QByteArray>> iconPixmaps(QDBusConnection& bus, const QString& item) {
+QList<std::tuple<int, int, QByteArray>> iconPixmaps(QDBusConnection bus, const QString& item) {
     const qsizetype slash = item.indexOf(QLatin1Char('/'));
     const QString service = slash < 0 ? item : item.left(slash);
     const QString path = slash < 0 ? QStringLiteral("/StatusNotifierItem") : item.mid(slash);
@@ -110,15 +52,15 @@ QList<std::tuple<int, int, QByteArray>> iconPixmaps(QDBusConnection& bus, const 
 }
 
 TEST(TrayHost, WithAPanelTheIconRegistersAndClosingTheWindowKeepsBrevioRunning) {
-    Host& panel = host();
+    TrayHost& panel = host();
+    ASSERT_TRUE(panel.isRegistered());
     ASSERT_TRUE(QDBusConnection::sessionBus().isConnected());
     EXPECT_TRUE(Tray::isAvailable());
 
     AppWorld world;
     world.signIn(Role::staff);
-    QSignalSpy registered(&panel.watcher, &FakeWatcher::registered);
     Tray tray(*world.model);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return registered.count() > 0; }, 5000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !panel.items().isEmpty(); }, 5000));
     EXPECT_TRUE(tray.isShown());
     // What the menu shows is the model's: signed in, the seed's unread conversations.
     EXPECT_EQ(tray.entries().value(0).text, QStringLiteral("collegato"));
@@ -126,8 +68,8 @@ TEST(TrayHost, WithAPanelTheIconRegistersAndClosingTheWindowKeepsBrevioRunning) 
     EXPECT_EQ(tray.shownUnread(), world.model->session().state().totalUnread());
 
     // The panel gets the icon drawn at several sizes; reading everything changes it.
-    const QString item = panel.watcher.items.value(0);
-    const auto withUnread = iconPixmaps(panel.bus.bus(), item);
+    const QString item = panel.items().value(0);
+    const auto withUnread = iconPixmaps(panel.bus(), item);
     ASSERT_FALSE(withUnread.isEmpty());
     for (const auto& [width, height, data] : withUnread) {
         EXPECT_GT(width, 0);
@@ -141,7 +83,7 @@ TEST(TrayHost, WithAPanelTheIconRegistersAndClosingTheWindowKeepsBrevioRunning) 
     EXPECT_EQ(tray.shownUnread(), 0);
     EXPECT_EQ(tray.entries().value(2).text, QStringLiteral("Nessun messaggio da leggere"));
     QTest::qWait(0);
-    const auto outline = iconPixmaps(panel.bus.bus(), item);
+    const auto outline = iconPixmaps(panel.bus(), item);
     ASSERT_EQ(outline.size(), withUnread.size());
     EXPECT_NE(std::get<2>(outline.front()), std::get<2>(withUnread.front()));
 
@@ -167,5 +109,3 @@ TEST(TrayHost, WithAPanelTheIconRegistersAndClosingTheWindowKeepsBrevioRunning) 
 
 } // namespace
 } // namespace brevio::test
-
-#include "test_TrayHost.moc"
