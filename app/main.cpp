@@ -5,7 +5,7 @@
 #include "shell/MainWindowClose.h"
 #include "shell/NetworkWatcher.h"
 #include "shell/Preferences.h"
-#include "shell/RenderLoop.h"
+#include "shell/Rendering.h"
 #include "shell/SettingsView.h"
 #include "shell/SingleInstance.h"
 #include "shell/StartupProbe.h"
@@ -117,7 +117,7 @@ int main(int argc, char** argv) {
     if (!options)
         return exitCode;
 
-    RenderLoop::apply();
+    Rendering::apply();
     QApplication app(argc, argv);
     if (!instance.listen())
         std::fprintf(stderr, "brevio: other starts cannot find this one: %s\n",

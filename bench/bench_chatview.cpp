@@ -1,7 +1,8 @@
 // The chat view on screen over a long conversation, under an X server (run it with
 // `xvfb-run -a -s "-screen 0 1280x800x24" build/bench/bench_chatview`). Without arguments it runs
-// itself twice as a child process, once with Qt Quick's default OpenGL backend and once with
-// QT_QUICK_BACKEND=software, and prints both; `--measure` runs one backend in this process.
+// itself twice as a child process, once with OpenGL (QSG_RHI_BACKEND=opengl) and once with
+// QT_QUICK_BACKEND=software, and prints both; `--measure` runs in this process with the program's
+// own choices (shell/Rendering: the software renderer where there is no GPU).
 //
 // A session restored from a saved state (one direct conversation of 10,000 messages and an empty
 // one; the server is out of reach, so it stays offline) shows `ChatView` in a 1100 x 720 window:
@@ -9,7 +10,8 @@
 //      empty conversation, which loads the view's QML types), the first view of the long one, then
 //      the medians of later openings of both (the empty one is the floor);
 //   b. the resident set each first opening adds once settled, and what later openings add;
-//   c. scrolling from the newest message towards the oldest at three fixed steps per frame (the
+//   c. the list moved by a pixel and back (the floor under a scrolling frame: all drawn, no row
+//      made), then scrolling from the newest message towards the oldest at three fixed steps per frame (the
 //      fastest flick, a fast wheel, the scroll bar dragged): each frame's work
 //      (the step, then the frame from the window's update request to the swap) with its parts,
 //      and the swap-to-swap intervals; whether the list asked for older messages at the top;
@@ -18,9 +20,10 @@
 // QML warnings are counted by phase and printed at the end. Figures only; nothing is asserted.
 
 #include "LongConversation.h"
+#include "Renderers.h"
 #include "session/FileSessionStore.h"
 #include "shell/AppModel.h"
-#include "shell/RenderLoop.h"
+#include "shell/Rendering.h"
 #include "support/EventLoopWait.h"
 #include "support/QuietDesktop.h"
 #include "transport/WebSocketTransport.h"
@@ -55,6 +58,7 @@ namespace {
 constexpr int messageCount = 10000;
 constexpr int openRuns = 7;
 constexpr int sendRuns = 9;
+constexpr int repaintRuns = 60;
 // Scrolling speeds, in px a frame: the list's own fastest flick (2,500 px/s at 60 frames a second)
 // for a stretch of the conversation, a fast wheel and a dragged scroll bar to the oldest message.
 struct ScrollSpeed {
@@ -321,6 +325,17 @@ QQuickItem* findItem(QQuickItem* item, const QString& name) {
     return nullptr;
 }
 
+const char* renderer(QQuickWindow& window) {
+    switch (window.rendererInterface()->graphicsApi()) {
+    case QSGRendererInterface::Software:
+        return "software";
+    case QSGRendererInterface::OpenGL:
+        return "OpenGL";
+    default:
+        return "other";
+    }
+}
+
 int measure() {
     QQuickStyle::setStyle(QStringLiteral("Fusion"));
     qInstallMessageHandler(&Warnings::handler);
@@ -433,6 +448,22 @@ int measure() {
         view.reset();
         frames.settle();
     };
+    // Moving the list a pixel and back, again and again: every frame draws the whole list anew
+    // but makes no row, the floor under a scrolling frame. From the window's update request to
+    // the swap, as for the scrolling below.
+    const auto repaint = [&](QQuickItem& list) {
+        std::vector<double> times;
+        const double y = list.property("contentY").toDouble();
+        for (int run = 0; run < repaintRuns; ++run) {
+            frames.arm();
+            const qint64 start = clock.nsecsElapsed();
+            list.setProperty("contentY", run % 2 == 0 ? y - 1 : y);
+            const FrameWatch::Times frame = frames.wait();
+            if (frame.swapped >= 0)
+                times.push_back(ms(frame.swapped - (frame.requested >= 0 ? frame.requested : start)));
+        }
+        return times;
+    };
 
     // ---- a, b: opening --------------------------------------------------------------------------
     // The first chat view of the process loads the view's QML types: an empty conversation first,
@@ -462,7 +493,7 @@ int measure() {
         addedEmpty.push_back(emptyOne.added);
     }
 
-    // ---- c: scrolling to the oldest message, at three speeds ------------------------------------
+    // ---- c: drawing the screen again, then scrolling to the oldest message at three speeds ------
     open(longID, view);
     chat = qvariant_cast<ChatViewModel*>(view->property("chat"));
     QQuickItem* list = findItem(view.get(), QStringLiteral("messageList"));
@@ -470,6 +501,7 @@ int measure() {
         std::fprintf(stderr, "bench_chatview: no message list\n");
         return 1;
     }
+    const std::vector<double> repaintFloor = repaint(*list);
     Warnings::phase = QStringLiteral("scrolling");
     const bool startedAtEnd = list->property("atYEnd").toBool();
     std::vector<Scroll> scrolls;
@@ -505,7 +537,8 @@ int measure() {
     close(view);
 
     // ---- Figures --------------------------------------------------------------------------------
-    std::printf("  render loop: %s; %d rows for %d messages\n",
+    std::printf("  renderer: %s, render loop: %s; %d rows for %d messages\n",
+                renderer(*window),
                 frames.threaded() ? "threaded (frames swap on the render thread)"
                                   : "basic (frames swap on the main thread)",
                 rows, messageCount);
@@ -525,7 +558,10 @@ int measure() {
                 "MB\n",
                 rssBefore, firstEmpty.added, firstLong.added, rssAfterFirst,
                 rssAfterFirst - rssBefore, median(addedLong), median(addedEmpty));
-    std::printf("  c. scrolling from the newest message towards the oldest (%s)\n",
+    std::printf("  c. the list moved by a pixel and back, %d frames (all drawn, no row made): "
+                "median %.1f ms, worst %.1f\n",
+                repaintRuns, median(repaintFloor), worst(repaintFloor));
+    std::printf("     scrolling from the newest message towards the oldest (%s)\n",
                 startedAtEnd ? "the view opened at the newest"
                              : "the view DID NOT open at the newest");
     for (const Scroll& run : scrolls)
@@ -547,7 +583,7 @@ int measure() {
 
 int main(int argc, char** argv) {
     if (argc > 1 && QByteArray(argv[1]) == "--measure") {
-        RenderLoop::apply(); // the program's own choice of render loop
+        Rendering::apply(); // the program's own choices of renderer, loop and text
         QGuiApplication app(argc, argv);
         return measure();
     }
@@ -557,17 +593,13 @@ int main(int argc, char** argv) {
         return 2;
     }
     int failures = 0;
-    for (const QString& backend : {QString(), QStringLiteral("software")}) {
-        std::printf("%s\n",
-                    backend.isEmpty() ? "OpenGL (default backend)" : "QT_QUICK_BACKEND=software");
+    for (const bench::Renderer renderer : bench::renderers) {
+        std::printf("%s\n", bench::rendererSetting(renderer));
         std::fflush(stdout);
         QProcess child;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
-        if (backend.isEmpty())
-            environment.remove(QStringLiteral("QT_QUICK_BACKEND"));
-        else
-            environment.insert(QStringLiteral("QT_QUICK_BACKEND"), backend);
+        bench::askFor(environment, renderer);
         child.setProcessEnvironment(environment);
         child.setProcessChannelMode(QProcess::ForwardedChannels);
         child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--measure")});

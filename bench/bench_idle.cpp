@@ -1,7 +1,7 @@
 // Brevio at rest, under an X server (run it with
 // `xvfb-run -a -s "-screen 0 1280x800x24" build/bench/bench_idle`): the real program started on its
 // home screen, left alone, and watched from outside through /proc. For each case and each Qt Quick
-// backend (OpenGL on the X server, then QT_QUICK_BACKEND=software):
+// renderer (OpenGL on the X server, then the software one; bench/Renderers.h):
 //   - the resident set (VmRSS, and its peak VmHWM) once the home is shown and 5 s have passed;
 //   - over the next 30 s: processor time (utime + stime) as a share of one core, and the voluntary
 //     and involuntary context switches of the main thread and of all threads, with the threads
@@ -17,6 +17,7 @@
 // looks for. No command is sent during the window. Figures only; nothing is asserted.
 
 #include "BigState.h"
+#include "Renderers.h"
 #include "endtoend/ServerProcess.h"
 #include "model/Clock.h"
 #include "session/ChatSession.h"
@@ -107,7 +108,7 @@ Sample sample(qint64 pid) {
 // brevio in a window on the X server with a home of its own, and its test driver's socket.
 class Program {
 public:
-    Program(QString home, QString backend) : home_(std::move(home)), backend_(std::move(backend)) {
+    Program(QString home, bench::Renderer renderer) : home_(std::move(home)), renderer_(renderer) {
         QObject::connect(&process_, &QProcess::readyReadStandardError,
                          [this] { said_ += process_.readAllStandardError(); });
     }
@@ -124,10 +125,7 @@ public:
         QProcessEnvironment environment = test::programEnvironment(home_);
         const QString driverPath = test::driverSocket(home_);
         environment.remove(QStringLiteral("BREVIO_PROBE"));
-        if (backend_.isEmpty())
-            environment.remove(QStringLiteral("QT_QUICK_BACKEND"));
-        else
-            environment.insert(QStringLiteral("QT_QUICK_BACKEND"), backend_);
+        bench::askFor(environment, renderer_);
         process_.setProcessEnvironment(environment);
         process_.setStandardOutputFile(QProcess::nullDevice());
         process_.start(QStringLiteral(BREVIO_EXE), arguments);
@@ -230,7 +228,7 @@ private:
     }
 
     QString home_;
-    QString backend_;
+    bench::Renderer renderer_;
     QProcess process_;
     QLocalSocket driver_;
     QByteArray answers_;
@@ -246,15 +244,12 @@ struct Case {
     bool mustBeOnline; // waits for the connection as well as the home
 };
 
-QString backendName(const QString& backend) {
-    return backend.isEmpty() ? QStringLiteral("opengl") : backend;
-}
-
-void run(const Case& c, const QString& backend) {
-    const QString label = QStringLiteral("%1 [%2]").arg(c.name, backendName(backend));
+void run(const Case& c, bench::Renderer renderer) {
+    const QString label =
+        QStringLiteral("%1 [%2]").arg(c.name, QLatin1String(bench::rendererName(renderer)));
     std::printf("%s\n", qPrintable(label));
     std::fflush(stdout);
-    Program program(c.home, backend);
+    Program program(c.home, renderer);
     if (!program.start(c.arguments)) {
         std::printf("  not measured: %s %s\n", qPrintable(program.failure),
                     qPrintable(program.said()));
@@ -408,20 +403,20 @@ int main(int argc, char** argv) {
         store.flush();
     }
 
-    for (const QString& backend : {QString(), QStringLiteral("software")}) {
+    for (const bench::Renderer renderer : bench::renderers) {
         QTemporaryDir demoHome, signedInHome, restoredHome;
         run({"1. demo as staff (in-process server)",
              {QStringLiteral("--demo"), QStringLiteral("staff")},
              demoHome.path(),
              true},
-            backend);
+            renderer);
 
         if (signInBefore(signedInHome.path() + QStringLiteral("/data/Brevio"), server))
-            run({"2. staff signed in to brevio-server", {}, signedInHome.path(), true}, backend);
+            run({"2. staff signed in to brevio-server", {}, signedInHome.path(), true}, renderer);
         else
             std::printf("2. staff signed in to brevio-server [%s]\n  not measured: the sign-in "
                         "before the start failed\n",
-                        qPrintable(backendName(backend)));
+                        bench::rendererName(renderer));
 
         const QString data = restoredHome.path() + QStringLiteral("/data/Brevio");
         QDir().mkpath(data);
@@ -429,7 +424,7 @@ int main(int argc, char** argv) {
         for (const QString& name : source.entryList(QDir::Files))
             QFile::copy(source.filePath(name), data + u'/' + name);
         run({"3. 500 x 200 restored, server out of reach", {}, restoredHome.path(), false},
-            backend);
+            renderer);
     }
     std::printf("whole run %.0f s\n", double(total.elapsed()) / 1000);
     return 0;

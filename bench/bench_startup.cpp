@@ -1,9 +1,10 @@
 // Start-up of the real program under an X server (run it with xvfb-run): process start to the
 // first frame of the login window, and to the first frame of the home screen showing a restored
-// state of 500 conversations of 200 messages, beside the floor of an empty Qt Quick window; for the
-// OpenGL backend and the software one. Also the main thread's longest stall up to that frame.
+// state of 500 conversations of 200 messages, beside the floor of an empty Qt Quick window; for
+// OpenGL and for the software renderer (bench/Renderers.h). Also the main thread's longest stall up to that frame.
 
 #include "BigState.h"
+#include "Renderers.h"
 #include "session/FileSessionStore.h"
 
 #include <QCoreApplication>
@@ -27,7 +28,7 @@ struct Run {
 
 // Starts `program` and waits for the line "frame <screen>" (and the "stall" line after it).
 Run measure(const QString& program, const QStringList& arguments, const QString& home,
-            const QString& backend, const QByteArray& screen) {
+            bench::Renderer renderer, const QByteArray& screen) {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("HOME"), home);
@@ -35,10 +36,7 @@ Run measure(const QString& program, const QStringList& arguments, const QString&
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/config"));
     environment.insert(QStringLiteral("BREVIO_PROBE"), QStringLiteral("1"));
     environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
-    if (backend.isEmpty())
-        environment.remove(QStringLiteral("QT_QUICK_BACKEND"));
-    else
-        environment.insert(QStringLiteral("QT_QUICK_BACKEND"), backend);
+    bench::askFor(environment, renderer);
     process.setProcessEnvironment(environment);
     process.setProcessChannelMode(QProcess::SeparateChannels);
     QElapsedTimer clock;
@@ -76,7 +74,7 @@ Run measure(const QString& program, const QStringList& arguments, const QString&
     return run;
 }
 
-void report(const char* what, const QString& backend, std::vector<Run> results) {
+void report(const char* what, bench::Renderer renderer, std::vector<Run> results) {
     std::vector<double> ms, stalls;
     for (const Run& r : results) {
         if (r.ms >= 0)
@@ -87,11 +85,11 @@ void report(const char* what, const QString& backend, std::vector<Run> results) 
     std::sort(ms.begin(), ms.end());
     std::sort(stalls.begin(), stalls.end());
     if (ms.empty()) {
-        std::printf("%-34s %-9s no frame\n", what, qPrintable(backend));
+        std::printf("%-34s %-9s no frame\n", what, bench::rendererName(renderer));
         return;
     }
     std::printf("%-34s %-9s median %7.1f ms  min %7.1f ms  max %7.1f ms", what,
-                backend.isEmpty() ? "opengl" : qPrintable(backend), ms[ms.size() / 2], ms.front(),
+                bench::rendererName(renderer), ms[ms.size() / 2], ms.front(),
                 ms.back());
     if (!stalls.empty())
         std::printf("  longest stall median %.1f ms max %.1f ms", stalls[stalls.size() / 2],
@@ -118,19 +116,19 @@ int main(int argc, char** argv) {
         store.saveState(bench::bigState(), bench::userID);
         store.flush();
     }
-    for (const QString backend : {QString(), QStringLiteral("software")}) {
+    for (const bench::Renderer renderer : bench::renderers) {
         std::vector<Run> floor, login, home;
         for (int i = 0; i < runs; ++i) {
             floor.push_back(measure(QStringLiteral(BREVIO_EMPTY_WINDOW_EXE), {}, empty.path(),
-                                    backend, "empty"));
+                                    renderer, "empty"));
             login.push_back(
-                measure(QStringLiteral(BREVIO_EXE), {}, empty.path(), backend, "login"));
+                measure(QStringLiteral(BREVIO_EXE), {}, empty.path(), renderer, "login"));
             home.push_back(
-                measure(QStringLiteral(BREVIO_EXE), {}, restored.path(), backend, "staffHome"));
+                measure(QStringLiteral(BREVIO_EXE), {}, restored.path(), renderer, "staffHome"));
         }
-        report("empty Qt Quick window (floor)", backend, floor);
-        report("login window", backend, login);
-        report("home, 500 x 200 restored", backend, home);
+        report("empty Qt Quick window (floor)", renderer, floor);
+        report("login window", renderer, login);
+        report("home, 500 x 200 restored", renderer, home);
     }
     return 0;
 }

@@ -40,8 +40,8 @@ QPainterPath outline(const QRectF& rect, qreal radius, qreal cut) {
 namespace {
 
 // The pictures drawn so far, by look: a list shows a handful of looks, each drawn once. Nine-patch
-// nodes own their textures, so each node makes its own texture from the shared picture; small ones
-// share the scene graph's atlas and so still draw in one batch.
+// nodes own their textures, so each node makes its own texture from the shared picture, in the
+// scene graph's atlas: the bubbles of a screen share one texture and draw in one batch.
 QImage cachedPicture(const BubbleShape::Look& look) {
     static QMutex mutex; // render threads of several windows
     static QHash<BubbleShape::Look, QImage> pictures;
@@ -98,7 +98,7 @@ QSGNode* BubbleShape::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
         drawn_.reset();
     }
     if (drawn_ != look) {
-        node->setTexture(window()->createTextureFromImage(cachedPicture(look)));
+        node->setTexture(window()->createTextureFromImage(cachedPicture(look), QQuickWindow::TextureCanUseAtlas));
         drawn_ = look;
     }
     node->setBounds(boundingRect());

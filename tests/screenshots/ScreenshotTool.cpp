@@ -7,6 +7,7 @@
 #include "session/FileSessionStore.h"
 #include "shell/AppModel.h"
 #include "shell/Preferences.h"
+#include "shell/Rendering.h"
 #include "support/EventLoopWait.h"
 #include "support/FaultyEndpoint.h"
 #include "support/QuietDesktop.h"
@@ -241,6 +242,7 @@ void shootSettings(const QString& directory, bool dark, AppModel& model) {
 } // namespace
 
 int main(int argc, char** argv) {
+    Rendering::apply(); // drawn as the program draws on this machine
     QApplication app(argc, argv);
     QQuickStyle::setStyle(QStringLiteral("Fusion"));
     const QString directory = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral(".");
