@@ -161,7 +161,9 @@ QVariant MessageListModel::data(const QModelIndex& index, int role) const {
                 {QStringLiteral("mine"), !myID_.isEmpty() && r.userIDs.contains(myID_)},
             });
         }
-        return list;
+        // None: nothing rather than an empty list, which the list's rows would each turn into
+        // a script object to be collected.
+        return list.isEmpty() ? QVariant() : QVariant(list);
     }
     case CanChangeRole:
         return m.canChange;

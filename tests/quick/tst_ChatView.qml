@@ -247,19 +247,56 @@ TestCase {
         tryVerify(() => rowWhere(view, r => r.rowID === sent.rowID).currentMatch)
         const shown = () => findChild(rowWhere(view, r => r.rowID === sent.rowID), "messageText")
         verify(findChild(rowWhere(view, r => r.rowID === sent.rowID), "matchOutline").visible)
-        compare(shown().textFormat, TextEdit.RichText, "the match is highlighted")
+        compare(shown().textFormat, Text.RichText, "the match is highlighted")
 
         findChild(view, "searchField").text = ""
         type("zzqqxx")
         compare(status.text, "Nessun risultato")
         // No longer a match: the plain words again, not the markup of the highlight.
-        compare(shown().textFormat, TextEdit.PlainText)
+        compare(shown().textFormat, Text.PlainText)
         compare(shown().text, "Controllate il tachimetro digitale")
 
         keyClick(Qt.Key_Escape)
         verify(!bar.visible)
         compare(view.chat.searchQuery, "")
         tryVerify(() => field(view).activeFocus)
+    }
+
+    // The words are drawn by a Text; the pointer on the row brings an editor with the same layout,
+    // which keeps a selection after the pointer leaves and goes once the selection does.
+    function test_theWordsOfAMessageCanBeSelected() {
+        const view = open("Officina Gatti")
+        tryVerify(() => list(view).count > 0)
+        const words = "Domani passo in officina a ritirare il furgone: avete già finito il tagliando "
+                    + "e il cambio delle gomme anteriori?\nGrazie mille"
+        const row = send(view, words)
+        const text = findChild(row, "messageText")
+        mouseMove(field(view), 5, 5)
+        tryVerify(() => findChild(row, "selectableText") === null, 5000, "no editor while away")
+        compare(text.opacity, 1)
+
+        mouseMove(text, 5, 5)
+        let editor = null
+        tryVerify(() => (editor = findChild(row, "selectableText")) !== null)
+        compare(editor.text, words)
+        verify(text.lineCount >= 3, "wrapped as well as broken: " + text.lineCount)
+        compare(editor.lineCount, text.lineCount)
+        compare(editor.height, text.height)
+        compare(editor.positionToRectangle(words.length - 1).y,
+                text.height - editor.positionToRectangle(0).height, "the last line at the bottom")
+        compare(text.opacity, 0, "the editor's words in place of the Text's")
+
+        mouseDrag(editor, 2, editor.positionToRectangle(0).height / 2, 60, 0)
+        verify(editor.selectedText.length > 0, "dragging selects")
+        verify(editor.activeFocus, "and takes the keyboard, for Ctrl+C")
+        verify(!findChild(row, "matchOutline"), "no keyboard ring on the row for it")
+        mouseMove(field(view), 5, 5)
+        wait(50)
+        compare(findChild(row, "selectableText"), editor, "the selection outlives the pointer")
+
+        mouseClick(field(view))
+        tryVerify(() => findChild(row, "selectableText") === null)
+        compare(text.opacity, 1)
     }
 
     function test_anEmptyConversationSaysSo() {

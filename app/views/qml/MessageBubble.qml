@@ -82,7 +82,7 @@ Item {
     readonly property bool metaInline: textNatural + Theme.s + metaWidth <= innerMax
                                        && (deleted || text.indexOf("\n") < 0)
     readonly property real textWidth: metaInline ? textNatural : Math.min(textNatural, innerMax)
-    readonly property real textHeight: deleted ? deletedLoader.height : textEdit.height
+    readonly property real textHeight: deleted ? deletedLoader.height : messageText.height
     readonly property real contentWidth: Math.min(innerMax, Math.max(
         showsAuthorLabel ? Math.ceil(authorMetrics.advanceWidth) + 2 : 0,
         quoteLoader.item ? quoteLoader.item.implicitWidth : 0,
@@ -105,7 +105,7 @@ Item {
 
     function openActions() { bubble.actionsRequested(body, body.width / 2, body.height / 2) }
 
-    FontMetrics { id: bodyMetrics; font: textEdit.font }
+    FontMetrics { id: bodyMetrics; font: messageText.font }
     TextMetrics { id: authorMetrics; font: authorLabel.font; text: bubble.author }
 
     HoverHandler { id: hover }
@@ -184,38 +184,68 @@ Item {
             }
         }
 
-        TextEdit {
-            id: textEdit
+        // The words. A Text draws them: a list lays a Text out several times faster than an
+        // editor. While the pointer is on the row an editor with the same layout takes its
+        // place, so that they can be selected, copied and their links followed; it stays while
+        // it holds a selection or the focus.
+        Text {
+            id: messageText
             objectName: "messageText"
             visible: !bubble.deleted
+            opacity: selectable.item ? 0 : 1
             x: Theme.bubblePadding
             y: bubble.textTop
             width: bubble.textWidth
             // Plain unless it has links or search matches to show: plain text lays out faster.
-            textFormat: bubble.richText.length > 0 ? TextEdit.RichText : TextEdit.PlainText
-            text: shownText()
-            // A change of format rewrites the text (rich to plain leaves the document's HTML in
-            // it), whichever of the two bindings ran first: give it the right text again.
-            onTextFormatChanged: text = Qt.binding(shownText)
-            function shownText() {
-                return bubble.deleted ? "" : bubble.richText.length > 0 ? bubble.richText
-                                                                         : bubble.text
-            }
-            wrapMode: TextEdit.Wrap
-            readOnly: true
-            selectByMouse: true
+            textFormat: bubble.richText.length > 0 ? Text.RichText : Text.PlainText
+            text: bubble.deleted ? "" : bubble.richText.length > 0 ? bubble.richText : bubble.text
+            wrapMode: Text.Wrap
             color: bubble.textColor
-            selectionColor: bubble.mine ? Theme.ownMeta : Theme.accent
-            selectedTextColor: bubble.mine ? Theme.ownBubble : Theme.ownText
             font.pixelSize: Theme.body
-            activeFocusOnTab: false
             Accessible.role: Accessible.StaticText
             Accessible.name: bubble.text
-            onLinkActivated: (link) => Qt.openUrlExternally(link)
+        }
+        Loader {
+            id: selectable
+            // The editor has the focus or a selection.
+            property bool holding: false
+            active: !bubble.deleted && (bubble.hovered || holding)
+            x: messageText.x
+            y: messageText.y
+            width: messageText.width
+            onActiveChanged: if (!active) holding = false
+            sourceComponent: TextEdit {
+                id: editor
+                objectName: "selectableText"
+                textFormat: messageText.textFormat === Text.RichText ? TextEdit.RichText
+                                                                     : TextEdit.PlainText
+                text: messageText.text
+                // A change of format rewrites the text (rich to plain leaves the document's HTML
+                // in it), whichever of the two bindings ran first: give it the right text again.
+                onTextFormatChanged: text = Qt.binding(() => messageText.text)
+                wrapMode: TextEdit.Wrap
+                readOnly: true
+                selectByMouse: true
+                color: messageText.color
+                selectionColor: bubble.mine ? Theme.ownMeta : Theme.accent
+                selectedTextColor: bubble.mine ? Theme.ownBubble : Theme.ownText
+                font: messageText.font
+                activeFocusOnTab: false
+                Accessible.ignored: true
+                onLinkActivated: (link) => Qt.openUrlExternally(link)
+                // Selecting takes the keyboard, for Ctrl+C; clicking elsewhere then ends the
+                // selection.
+                onSelectedTextChanged: {
+                    if (selectedText.length > 0 && !activeFocus)
+                        forceActiveFocus(Qt.MouseFocusReason)
+                    selectable.holding = activeFocus || selectedText.length > 0
+                }
+                onActiveFocusChanged: selectable.holding = activeFocus || selectedText.length > 0
 
-            HoverHandler {
-                cursorShape: textEdit.hoveredLink.length > 0 ? Qt.PointingHandCursor
-                                                            : Qt.IBeamCursor
+                HoverHandler {
+                    cursorShape: editor.hoveredLink.length > 0 ? Qt.PointingHandCursor
+                                                              : Qt.IBeamCursor
+                }
             }
         }
 
@@ -349,34 +379,51 @@ Item {
             spacing: Theme.xs
             Repeater {
                 model: bubble.hasReactions ? bubble.reactions : []
-                delegate: AbstractButton {
+                // Plain items rather than a control: a list makes and drops these as it scrolls.
+                delegate: Rectangle {
                     id: chip
                     required property var modelData
                     objectName: "reaction"
-                    focusPolicy: Qt.NoFocus
-                    hoverEnabled: true
-                    padding: 2
-                    leftPadding: Theme.s
-                    rightPadding: Theme.s
+                    implicitWidth: chipLabel.implicitWidth + 2 * Theme.s
+                    implicitHeight: 22
+                    width: implicitWidth
+                    height: implicitHeight
+                    radius: height / 2
+                    color: modelData.mine ? Theme.reactionMine
+                                          : (chipMouse.containsMouse ? Theme.hover : Theme.surface)
+                    border.width: 1
+                    border.color: modelData.mine ? Theme.accent : Theme.separator
                     Accessible.role: Accessible.Button
                     Accessible.name: modelData.mine ? "Togli la reazione"
                                                     : modelData.emoji + " " + modelData.count
-                    ToolTip.visible: hovered && modelData.mine
-                    ToolTip.delay: 600
-                    ToolTip.text: "Togli la reazione"
-                    onClicked: bubble.chat.react(bubble.rowID, modelData.mine ? "" : modelData.emoji)
-                    contentItem: Label {
+                    Accessible.onPressAction: chip.toggle()
+
+                    function toggle() {
+                        bubble.chat.react(bubble.rowID, modelData.mine ? "" : modelData.emoji)
+                    }
+
+                    Label {
+                        id: chipLabel
+                        anchors.centerIn: parent
                         text: chip.modelData.emoji + " " + chip.modelData.count
                         font.pixelSize: Theme.secondary
                         color: chip.modelData.mine ? Theme.accentText : Theme.text
                     }
-                    background: Rectangle {
-                        implicitHeight: 22
-                        radius: height / 2
-                        color: chip.modelData.mine ? Theme.reactionMine
-                                                   : (chip.hovered ? Theme.hover : Theme.surface)
-                        border.width: 1
-                        border.color: chip.modelData.mine ? Theme.accent : Theme.separator
+                    MouseArea {
+                        id: chipMouse
+                        anchors.fill: parent
+                        hoverEnabled: true
+                        cursorShape: Qt.PointingHandCursor
+                        onClicked: chip.toggle()
+                    }
+                    Loader {
+                        active: chipMouse.containsMouse && chip.modelData.mine
+                        sourceComponent: ToolTip {
+                            parent: chip
+                            visible: true
+                            delay: 600
+                            text: "Togli la reazione"
+                        }
                     }
                 }
             }

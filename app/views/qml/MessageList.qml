@@ -97,9 +97,12 @@ Item {
 
         ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
 
+        // The keyboard is on the list itself, not on the words of a message being selected.
+        readonly property bool keyboardOn: activeFocus && Window.activeFocusItem === list
+
         // From the keyboard the arrows walk the messages; the menu key opens a message's actions.
-        onActiveFocusChanged: {
-            if (activeFocus && currentIndex < 0 && count > 0) {
+        onKeyboardOnChanged: {
+            if (keyboardOn && currentIndex < 0 && count > 0) {
                 const bottom = indexAt(width / 2, contentY + height - Theme.l)
                 currentIndex = bottom >= 0 ? bottom : 0
             }
@@ -225,7 +228,7 @@ Item {
                     objectName: "messageBubble"
                     chat: root.chat
                     isGroup: root.chat.isGroup
-                    isCurrent: row.ListView.isCurrentItem && list.activeFocus
+                    isCurrent: row.ListView.isCurrentItem && list.keyboardOn
                     rowID: row.rowID
                     text: row.text
                     richText: row.richText
