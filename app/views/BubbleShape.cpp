@@ -6,6 +6,8 @@
 #include <QPainterPath>
 #include <QQuickWindow>
 #include <QSGNinePatchNode>
+#include <QSGRenderNode>
+#include <QSGRendererInterface>
 #include <cmath>
 
 namespace brevio {
@@ -52,7 +54,68 @@ QImage cachedPicture(const BubbleShape::Look& look) {
     return *found;
 }
 
+// The software renderer's node: the picture stretched with QPainter (see paintStretched).
+class SoftwareBubbleNode : public QSGRenderNode {
+public:
+    explicit SoftwareBubbleNode(QQuickWindow* window) : window_(window) {}
+
+    void set(const QImage& picture, const QRectF& bounds, qreal corner) {
+        picture_ = picture;
+        bounds_ = bounds;
+        corner_ = corner;
+        markDirty(DirtyMaterial);
+    }
+
+    StateFlags changedStates() const override { return {}; }
+    RenderingFlags flags() const override { return BoundedRectRendering; }
+    QRectF rect() const override { return bounds_; }
+    void render(const RenderState* state) override {
+        auto* painter = static_cast<QPainter*>(window_->rendererInterface()->getResource(
+            window_, QSGRendererInterface::PainterResource));
+        if (!painter)
+            return;
+        // The clip first: it is given in the window's coordinates.
+        if (const QRegion* clip = state->clipRegion(); clip && !clip->isEmpty())
+            painter->setClipRegion(*clip, Qt::ReplaceClip);
+        painter->setTransform(matrix()->toTransform());
+        painter->setOpacity(inheritedOpacity());
+        BubbleShape::paintStretched(*painter, bounds_, picture_, corner_);
+    }
+
+private:
+    QQuickWindow* window_;
+    QImage picture_;
+    QRectF bounds_;
+    qreal corner_ = 0;
+};
+
 } // namespace
+
+void BubbleShape::paintStretched(QPainter& painter, const QRectF& bounds, const QImage& picture,
+                                 qreal corner) {
+    const qreal dpr = picture.devicePixelRatio();
+    const QSizeF side = QSizeF(picture.size()) / dpr;
+    corner = std::min({corner, bounds.width() / 2, bounds.height() / 2, (side.width() - 1) / 2});
+    // Logical x and y of the target's and the picture's four stops, the picture's in its pixels.
+    const qreal tx[4] = {bounds.left(), bounds.left() + corner, bounds.right() - corner,
+                         bounds.right()};
+    const qreal ty[4] = {bounds.top(), bounds.top() + corner, bounds.bottom() - corner,
+                         bounds.bottom()};
+    const qreal sx[4] = {0, corner * dpr, (side.width() - corner) * dpr, side.width() * dpr};
+    const qreal sy[4] = {0, corner * dpr, (side.height() - corner) * dpr, side.height() * dpr};
+    const bool smooth = painter.renderHints().testFlag(QPainter::SmoothPixmapTransform);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform, false);
+    for (int row = 0; row < 3; ++row) {
+        for (int column = 0; column < 3; ++column) {
+            const QRectF target(QPointF(tx[column], ty[row]), QPointF(tx[column + 1], ty[row + 1]));
+            const QRectF source(QPointF(sx[column], sy[row]), QPointF(sx[column + 1], sy[row + 1]));
+            if (target.isEmpty() || source.isEmpty())
+                continue;
+            painter.drawImage(target, picture, source);
+        }
+    }
+    painter.setRenderHint(QPainter::SmoothPixmapTransform, smooth);
+}
 
 BubbleShape::BubbleShape(QQuickItem* parent) : QQuickItem(parent) {
     setFlag(ItemHasContents);
@@ -90,21 +153,31 @@ QSGNode* BubbleShape::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
         delete old;
         return nullptr;
     }
-    auto* node = static_cast<QSGNinePatchNode*>(old);
     Look look = look_;
     look.devicePixelRatio = window()->effectiveDevicePixelRatio();
+    // A bubble smaller than its corners keeps what fits of them.
+    const qreal across = std::min({look.radius, width() / 2, height() / 2});
+
+    if (window()->rendererInterface()->graphicsApi() == QSGRendererInterface::Software) {
+        auto* node = static_cast<SoftwareBubbleNode*>(old);
+        if (!node)
+            node = new SoftwareBubbleNode(window());
+        node->set(cachedPicture(look), boundingRect(), across);
+        return node;
+    }
+
+    auto* node = static_cast<QSGNinePatchNode*>(old);
     if (!node) {
         node = window()->createNinePatchNode();
         drawn_.reset();
     }
     if (drawn_ != look) {
-        node->setTexture(window()->createTextureFromImage(cachedPicture(look), QQuickWindow::TextureCanUseAtlas));
+        node->setTexture(window()->createTextureFromImage(cachedPicture(look),
+                                                          QQuickWindow::TextureCanUseAtlas));
         drawn_ = look;
     }
     node->setBounds(boundingRect());
     node->setDevicePixelRatio(look.devicePixelRatio);
-    // A bubble smaller than its corners keeps what fits of them.
-    const qreal across = std::min({look.radius, width() / 2, height() / 2});
     node->setPadding(across, across, across, across);
     node->update();
     return node;

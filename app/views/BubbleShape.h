@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QPainter>
 #include <QImage>
 #include <QQuickItem>
 #include <QtQml/qqmlregistration.h>
@@ -44,6 +45,12 @@ public:
     // The look drawn at its smallest: 2 × radius + 1 logical pixels a side, the middle row and
     // column being what the nine-patch stretches; its device pixel ratio set.
     static QImage picture(const Look& look);
+    // `picture` stretched over `bounds` (logical pixels) as the nine-patch does: the corners, up
+    // to `corner` logical pixels (half the smaller side at most), as drawn; the edges stretched
+    // along; the middle filled. For the software renderer, whose own nine-patch takes its
+    // margins in logical pixels from a picture of device pixels.
+    static void paintStretched(QPainter& painter, const QRectF& bounds, const QImage& picture,
+                               qreal corner);
 
     bool isMine() const { return look_.isMine; }
     void setIsMine(bool mine) { change(look_.isMine, mine); }

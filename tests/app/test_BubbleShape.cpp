@@ -5,6 +5,7 @@
 #include "views/BubbleShape.h"
 
 #include <QColor>
+#include <QPainter>
 #include <gtest/gtest.h>
 
 namespace brevio {
@@ -81,6 +82,48 @@ TEST(BubbleShape, DrawnAtThePixelDensityOfTheScreen) {
     EXPECT_TRUE(clear(sharp, 49, 49));
     const QImage fractional = BubbleShape::picture(look(true, true, 0, 1.25));
     EXPECT_EQ(fractional.size(), QSize(32, 32)) << "25 × 1.25 rounded up";
+}
+
+// Stretched over a bubble as the software renderer draws it, at 1x, 2x and 1.25x: each corner's
+// pixels are the picture's own, the middle and the edges its fill. (Qt's own software nine-patch
+// took its margins in logical pixels out of a picture of device pixels: at 2x a corner showed
+// half of itself.)
+TEST(BubbleShape, StretchedTheCornersStayAsDrawnAtAnyPixelDensity) {
+    for (const qreal dpr : {1.0, 2.0, 1.25}) {
+        SCOPED_TRACE(dpr);
+        const QImage picture = BubbleShape::picture(look(true, true, 0, dpr));
+        const QSizeF logical(120, 60);
+        QImage bubble((logical * dpr).toSize(), QImage::Format_ARGB32_Premultiplied);
+        bubble.setDevicePixelRatio(dpr);
+        bubble.fill(Qt::transparent);
+        {
+            QPainter painter(&bubble);
+            BubbleShape::paintStretched(painter, QRectF(QPointF(0, 0), logical), picture, 12);
+        }
+        const int corner = int(12 * dpr); // whole device pixels of the corner
+        const int right = bubble.width() - corner;
+        const int bottom = bubble.height() - corner;
+        const int pictureRight = picture.width() - corner;
+        const int pictureBottom = picture.height() - corner;
+        int differences = 0;
+        for (int y = 0; y < corner; ++y) {
+            for (int x = 0; x < corner; ++x) {
+                differences += bubble.pixel(x, y) != picture.pixel(x, y);
+                differences += bubble.pixel(right + x, y) != picture.pixel(pictureRight + x, y);
+                differences += bubble.pixel(x, bottom + y) != picture.pixel(x, pictureBottom + y);
+                differences +=
+                    bubble.pixel(right + x, bottom + y) != picture.pixel(pictureRight + x, pictureBottom + y);
+            }
+        }
+        // At 1.25x the corner ends inside a device pixel, which the edge's stretch may cover.
+        EXPECT_LE(differences, dpr == 1.25 ? 4 * corner : 0);
+        const QColor fill(0x2A, 0x63, 0xD4);
+        EXPECT_EQ(bubble.pixelColor(bubble.width() / 2, bubble.height() / 2), fill) << "middle";
+        EXPECT_EQ(bubble.pixelColor(bubble.width() / 2, 1), fill) << "top edge";
+        EXPECT_EQ(bubble.pixelColor(1, bubble.height() / 2), fill) << "side";
+        EXPECT_TRUE(clear(bubble, bubble.width() - 1, bubble.height() - 1)) << "the cut";
+        EXPECT_TRUE(clear(bubble, 0, 0)) << "a round corner";
+    }
 }
 
 } // namespace
