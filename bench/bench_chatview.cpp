@@ -11,10 +11,10 @@
 //      the medians of later openings of both (the empty one is the floor);
 //   b. the resident set each first opening adds once settled, and what later openings add;
 //   c. the list moved by a pixel and back (the floor under a scrolling frame: all drawn, no row
-//      made), then scrolling from the newest message towards the oldest at three fixed steps per frame (the
-//      fastest flick, a fast wheel, the scroll bar dragged): each frame's work
-//      (the step, then the frame from the window's update request to the swap) with its parts,
-//      and the swap-to-swap intervals; whether the list asked for older messages at the top;
+//      made), then scrolling from the newest message towards the oldest at three fixed steps per
+//      frame (the fastest flick, a fast wheel, the scroll bar dragged): each frame's work (the
+//      step, then the frame from the window's update request to the swap) with its parts, and the
+//      swap-to-swap intervals; whether the list asked for older messages at the top;
 //   d. one's own message shown at once (the session's send puts it in the outbox): the time the
 //      call takes, and to the frame that shows it.
 // QML warnings are counted by phase and printed at the end. Figures only; nothing is asserted.
@@ -468,7 +468,8 @@ int measure() {
             list.setProperty("contentY", run % 2 == 0 ? y - 1 : y);
             const FrameWatch::Times frame = frames.wait();
             if (frame.swapped >= 0)
-                times.push_back(ms(frame.swapped - (frame.requested >= 0 ? frame.requested : start)));
+                times.push_back(
+                    ms(frame.swapped - (frame.requested >= 0 ? frame.requested : start)));
         }
         return times;
     };
@@ -545,8 +546,7 @@ int measure() {
     close(view);
 
     // ---- Figures --------------------------------------------------------------------------------
-    std::printf("  renderer: %s, render loop: %s; %d rows for %d messages\n",
-                renderer(*window),
+    std::printf("  renderer: %s, render loop: %s; %d rows for %d messages\n", renderer(*window),
                 frames.threaded() ? "threaded (frames swap on the render thread)"
                                   : "basic (frames swap on the main thread)",
                 rows, messageCount);

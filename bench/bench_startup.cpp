@@ -1,7 +1,8 @@
 // Start-up of the real program under an X server (run it with xvfb-run): process start to the
 // first frame of the login window, and to the first frame of the home screen showing a restored
 // state of 500 conversations of 200 messages, beside the floor of an empty Qt Quick window; for
-// OpenGL and for the software renderer (bench/Renderers.h). Also the main thread's longest stall up to that frame.
+// OpenGL and for the software renderer (bench/Renderers.h). Also the main thread's longest stall up
+// to that frame.
 
 #include "BigState.h"
 #include "Renderers.h"
@@ -89,8 +90,7 @@ void report(const char* what, bench::Renderer renderer, std::vector<Run> results
         return;
     }
     std::printf("%-34s %-9s median %7.1f ms  min %7.1f ms  max %7.1f ms", what,
-                bench::rendererName(renderer), ms[ms.size() / 2], ms.front(),
-                ms.back());
+                bench::rendererName(renderer), ms[ms.size() / 2], ms.front(), ms.back());
     if (!stalls.empty())
         std::printf("  longest stall median %.1f ms max %.1f ms", stalls[stalls.size() / 2],
                     stalls.back());

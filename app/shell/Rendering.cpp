@@ -28,9 +28,9 @@ void Rendering::apply() {
         QDir(QStringLiteral("/dev/dri")).entryList({QStringLiteral("renderD*")}, QDir::System);
     if (QFileInfo::exists(QStringLiteral("/dev/nvidia0")))
         devices << QStringLiteral("nvidia0");
-    const Choice choice = choose(hasGpu(devices), {qgetenv("QT_QUICK_BACKEND"),
-                                                   qgetenv("QSG_RHI_BACKEND"),
-                                                   qgetenv("QSG_RENDER_LOOP")});
+    const Choice choice =
+        choose(hasGpu(devices), {qgetenv("QT_QUICK_BACKEND"), qgetenv("QSG_RHI_BACKEND"),
+                                 qgetenv("QSG_RENDER_LOOP")});
     if (choice.software)
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     if (!choice.loop.isEmpty())

@@ -18,13 +18,13 @@ namespace brevio {
 class Rendering {
 public:
     struct Settings {
-        QByteArray backend; // QT_QUICK_BACKEND
+        QByteArray backend;    // QT_QUICK_BACKEND
         QByteArray rhiBackend; // QSG_RHI_BACKEND
-        QByteArray loop; // QSG_RENDER_LOOP
+        QByteArray loop;       // QSG_RENDER_LOOP
     };
     struct Choice {
         bool software = false; // Qt Quick's software renderer
-        QByteArray loop; // the render loop to ask for; empty: none
+        QByteArray loop;       // the render loop to ask for; empty: none
         bool operator==(const Choice&) const = default;
     };
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <QColor>
-#include <QPainter>
 #include <QImage>
+#include <QPainter>
 #include <QQuickItem>
 #include <QtQml/qqmlregistration.h>
 #include <optional>

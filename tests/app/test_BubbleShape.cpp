@@ -111,8 +111,8 @@ TEST(BubbleShape, StretchedTheCornersStayAsDrawnAtAnyPixelDensity) {
                 differences += bubble.pixel(x, y) != picture.pixel(x, y);
                 differences += bubble.pixel(right + x, y) != picture.pixel(pictureRight + x, y);
                 differences += bubble.pixel(x, bottom + y) != picture.pixel(x, pictureBottom + y);
-                differences +=
-                    bubble.pixel(right + x, bottom + y) != picture.pixel(pictureRight + x, pictureBottom + y);
+                differences += bubble.pixel(right + x, bottom + y) !=
+                               picture.pixel(pictureRight + x, pictureBottom + y);
             }
         }
         // At 1.25x the corner ends inside a device pixel, which the edge's stretch may cover.

@@ -20,7 +20,8 @@ TEST(Rendering, AGpuIsARenderNodeOrTheProprietaryDriversDevice) {
 TEST(Rendering, WithoutAGpuTheSoftwareRendererDrawsUnlessSomebodyChoseOtherwise) {
     EXPECT_EQ(Rendering::choose(true, {}), Choice{}) << "a GPU: Qt's own choice";
     EXPECT_EQ(Rendering::choose(true, {"", "", "basic"}), Choice{});
-    EXPECT_EQ(Rendering::choose(false, {}), (Choice{true, {}})) << "its own loop is the main thread";
+    EXPECT_EQ(Rendering::choose(false, {}), (Choice{true, {}}))
+        << "its own loop is the main thread";
     EXPECT_EQ(Rendering::choose(false, {"", "", "threaded"}), (Choice{true, {}}));
     // OpenGL asked for without a GPU: on the main thread, unless a loop was asked for too.
     EXPECT_EQ(Rendering::choose(false, {"", "opengl", ""}), (Choice{false, "basic"}));
