@@ -218,6 +218,17 @@ void MessageListModel::replaceNewest(int oldCount, const QList<TimelineEntry>& o
     for (auto it = oldestFirst.crbegin(); it != oldestFirst.crend(); ++it)
         next.append(makeRow(*it, nameOf, now));
 
+    // The first rows, as a conversation opens: nothing to compare them with.
+    if (rows_.isEmpty()) {
+        if (!next.isEmpty()) {
+            beginInsertRows({}, 0, int(next.size()) - 1);
+            rows_ = std::move(next);
+            reindex();
+            endInsertRows();
+        }
+        return;
+    }
+
     QHash<QString, int> nextIndex;
     nextIndex.reserve(next.size());
     for (int i = 0; i < next.size(); ++i)
