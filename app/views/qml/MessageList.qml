@@ -202,58 +202,65 @@ Item {
             required property var reactions
             required property bool currentMatch
 
-            readonly property MessageBubble bubble: kind === "message" ? loader.item : null
+            readonly property bool isMessage: kind === "message"
+            readonly property MessageBubble bubble: isMessage ? messageBubble : null
 
             width: ListView.view.width
-            height: loader.item ? loader.item.implicitHeight : 0
+            height: isMessage ? messageBubble.implicitHeight
+                              : separatorLoader.item ? separatorLoader.item.implicitHeight : 0
 
-            Loader {
-                id: loader
+            // Nearly every row is a message: its bubble is part of the row, and the rare
+            // separator row leaves it hidden and loads its separator.
+            MessageBubble {
+                id: messageBubble
+                objectName: "messageBubble"
+                visible: row.isMessage
                 width: parent.width
-                sourceComponent: row.kind === "day" ? dayComponent
-                               : row.kind === "unread" ? unreadComponent : messageComponent
+                chat: root.chat
+                isGroup: root.chat.isGroup
+                isCurrent: row.ListView.isCurrentItem && list.keyboardOn
+                rowID: row.rowID
+                text: row.text
+                richText: row.richText
+                author: row.author
+                authorID: row.authorID
+                mine: row.mine
+                showsAuthor: row.showsAuthor
+                continues: row.continues
+                time: row.time
+                delivery: row.delivery
+                deliveryText: row.deliveryText
+                deliverySymbol: row.deliverySymbol
+                showsStatus: row.showsStatus
+                failure: row.failure
+                edited: row.edited
+                deleted: row.deleted
+                deletedText: row.deletedText
+                quote: row.quote
+                reactions: row.reactions
+                currentMatch: row.currentMatch
+                onActionsRequested: (source, x, y) => root.actionsRequested(row.rowID, source, x, y)
+                onQuoteActivated: (seq) => root.showRow(root.chat.rowOfSeq(seq))
             }
-
-            Component {
-                id: dayComponent
-                DaySeparator { objectName: "daySeparator"; text: row.separator }
-            }
-            Component {
-                id: unreadComponent
-                UnreadSeparator { objectName: "unreadSeparator"; text: row.separator }
-            }
-            Component {
-                id: messageComponent
-                MessageBubble {
-                    objectName: "messageBubble"
-                    chat: root.chat
-                    isGroup: root.chat.isGroup
-                    isCurrent: row.ListView.isCurrentItem && list.keyboardOn
-                    rowID: row.rowID
-                    text: row.text
-                    richText: row.richText
-                    author: row.author
-                    authorID: row.authorID
-                    mine: row.mine
-                    showsAuthor: row.showsAuthor
-                    continues: row.continues
-                    time: row.time
-                    delivery: row.delivery
-                    deliveryText: row.deliveryText
-                    deliverySymbol: row.deliverySymbol
-                    showsStatus: row.showsStatus
-                    failure: row.failure
-                    edited: row.edited
-                    deleted: row.deleted
-                    deletedText: row.deletedText
-                    quote: row.quote
-                    reactions: row.reactions
-                    currentMatch: row.currentMatch
-                    onActionsRequested: (source, x, y) => root.actionsRequested(row.rowID, source, x, y)
-                    onQuoteActivated: (seq) => root.showRow(root.chat.rowOfSeq(seq))
-                }
+            Loader {
+                id: separatorLoader
+                // What the separator shows.
+                readonly property string separator: row.separator
+                active: !row.isMessage
+                width: parent.width
+                sourceComponent: row.kind === "day" ? daySeparator : unreadSeparator
             }
         }
+    }
+
+    // The separator rows' contents, made in their row's loader.
+    Component {
+        id: daySeparator
+        DaySeparator { objectName: "daySeparator"; text: parent ? parent.separator : "" }
+    }
+    Component {
+        id: unreadSeparator
+        UnreadSeparator { objectName: "unreadSeparator"; text: parent ? parent.separator : "" }
     }
 
     // An empty conversation: a symbol, what it is, what to do.
