@@ -184,10 +184,10 @@ Item {
             }
         }
 
-        // The words. A Text draws them: a list lays a Text out several times faster than an
-        // editor. While the pointer is on the row an editor with the same layout takes its
-        // place, so that they can be selected, copied and their links followed; it stays while
-        // it holds a selection or the focus.
+        // The words. A Text draws them: it lays out faster than an editor, which matters in a
+        // list that makes rows as it scrolls. While the pointer is on the row an editor with the
+        // same layout takes its place, so that they can be selected, copied and their links
+        // followed; it stays while it holds a selection or the focus.
         Text {
             id: messageText
             objectName: "messageText"
