@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Controls
 import QtTest
 import Brevio
 
@@ -407,6 +408,9 @@ TestCase {
         // The demo has Marta's heart on it: hers, so clicking takes it back.
         tryCompare(chips(), "length", 1)
         compare(chips()[0].Accessible.name, "Togli la reazione")
+        mouseMove(chips()[0], 5, 5)
+        tryVerify(() => chips()[0].ToolTip.toolTip.visible, 3000, "hovering one's own says so")
+        compare(chips()[0].ToolTip.toolTip.text, "Togli la reazione")
         mouseClick(chips()[0])
         tryVerify(() => chips().length === 0, 10000)
 

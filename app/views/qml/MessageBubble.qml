@@ -397,6 +397,9 @@ Item {
                     Accessible.name: modelData.mine ? "Togli la reazione"
                                                     : modelData.emoji + " " + modelData.count
                     Accessible.onPressAction: chip.toggle()
+                    ToolTip.visible: chipMouse.containsMouse && modelData.mine
+                    ToolTip.delay: 600
+                    ToolTip.text: "Togli la reazione"
 
                     function toggle() {
                         bubble.chat.react(bubble.rowID, modelData.mine ? "" : modelData.emoji)
@@ -415,15 +418,6 @@ Item {
                         hoverEnabled: true
                         cursorShape: Qt.PointingHandCursor
                         onClicked: chip.toggle()
-                    }
-                    Loader {
-                        active: chipMouse.containsMouse && chip.modelData.mine
-                        sourceComponent: ToolTip {
-                            parent: chip
-                            visible: true
-                            delay: 600
-                            text: "Togli la reazione"
-                        }
                     }
                 }
             }
