@@ -92,6 +92,13 @@ TestCase {
                 window.settings.notificationsEnabled)
         verify(shownText(notifications, "Non arrivano notifiche per la conversazione che hai davanti."))
         verify(!findChild(notifications, "blockedNotice").visible)
+        // A click on a switch's pill or on its words turns the setting over.
+        const sound = findChild(notifications, "soundSwitch")
+        const sounding = window.settings.notificationSound
+        mouseClick(sound.indicator)
+        compare(window.settings.notificationSound, !sounding)
+        mouseClick(sound.contentItem, sound.contentItem.width - 10, sound.contentItem.height / 2)
+        compare(window.settings.notificationSound, sounding)
 
         // General: the picker, the switch with its caption, the version.
         open(window, "Generali")

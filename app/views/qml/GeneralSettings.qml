@@ -28,12 +28,11 @@ Item {
             Accessible.name: "Aspetto"
         }
 
-        Switch {
+        SettingSwitch {
             objectName: "launchSwitch"
             text: "Apri Brevio quando accedi al computer"
             checked: view.settings.launchesAtLogin
             onToggled: view.settings.launchesAtLogin = checked
-            Accessible.name: text
             Layout.topMargin: Theme.l
         }
         Label {

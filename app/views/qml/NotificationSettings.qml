@@ -15,29 +15,26 @@ Item {
         anchors.top: parent.top
         spacing: Theme.s
 
-        Switch {
+        SettingSwitch {
             objectName: "enabledSwitch"
             text: "Avvisami dei messaggi nuovi"
             checked: view.settings.notificationsEnabled
             onToggled: view.settings.notificationsEnabled = checked
-            Accessible.name: text
         }
-        Switch {
+        SettingSwitch {
             objectName: "soundSwitch"
             text: "Con il suono"
             enabled: view.settings.notificationsEnabled
             checked: view.settings.notificationSound
             onToggled: view.settings.notificationSound = checked
-            Accessible.name: text
             Layout.leftMargin: Theme.xl
         }
-        Switch {
+        SettingSwitch {
             objectName: "previewSwitch"
             text: "Mostra il testo del messaggio"
             enabled: view.settings.notificationsEnabled
             checked: view.settings.notificationPreview
             onToggled: view.settings.notificationPreview = checked
-            Accessible.name: text
             Layout.leftMargin: Theme.xl
         }
         Label {
