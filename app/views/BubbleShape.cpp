@@ -59,8 +59,13 @@ class SoftwareBubbleNode : public QSGRenderNode {
 public:
     explicit SoftwareBubbleNode(QQuickWindow* window) : window_(window) {}
 
-    void set(const QImage& picture, const QRectF& bounds, qreal corner) {
+    void setPicture(const QImage& picture) {
         picture_ = picture;
+        markDirty(DirtyMaterial);
+    }
+    void setBounds(const QRectF& bounds, qreal corner) {
+        if (bounds == bounds_ && corner == corner_)
+            return;
         bounds_ = bounds;
         corner_ = corner;
         markDirty(DirtyMaterial);
@@ -160,9 +165,15 @@ QSGNode* BubbleShape::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
 
     if (window()->rendererInterface()->graphicsApi() == QSGRendererInterface::Software) {
         auto* node = static_cast<SoftwareBubbleNode*>(old);
-        if (!node)
+        if (!node) {
             node = new SoftwareBubbleNode(window());
-        node->set(cachedPicture(look), boundingRect(), across);
+            drawn_.reset();
+        }
+        if (drawn_ != look) {
+            node->setPicture(cachedPicture(look));
+            drawn_ = look;
+        }
+        node->setBounds(boundingRect(), across);
         return node;
     }
 

@@ -84,7 +84,7 @@ private:
     }
 
     Look look_;
-    // The look of the node's texture (render thread).
+    // The look of the node's picture or texture (render thread).
     std::optional<Look> drawn_;
 };
 
